@@ -1,0 +1,35 @@
+// Diagnostic lines of the library. Every message goes to standard output as
+// one line:
+//   error    "<file>:<line>:<function>() ERROR: <message>\n"
+//   warning  "<file>:<line>:<function>() WARNING: <message>\n"
+//   bug      "<file>:<line>:<function>() BUG: <message>\n"
+//   trace    "<message> \t\t\t<function>():<line>\n", only while debug is on.
+// No function formats its own prefix: use the macros below.
+#pragma once
+
+#include "utility.h"
+
+extern "C" {
+void diag_line(const char *severity, const char *file, int line, const char *func, const char *fmt,
+               ...) __attribute__((format(printf, 5, 6)));
+void diag_trace(const char *func, int line, const char *fmt, ...)
+    __attribute__((format(printf, 3, 4)));
+}
+
+#define LOG_ERROR(...) diag_line("ERROR", __FILE_NAME__, __LINE__, __func__, __VA_ARGS__)
+#define LOG_WARNING(...) diag_line("WARNING", __FILE_NAME__, __LINE__, __func__, __VA_ARGS__)
+#define LOG_BUG(...) diag_line("BUG", __FILE_NAME__, __LINE__, __func__, __VA_ARGS__)
+#define LOG_TRACE(...)                                 \
+  do {                                                 \
+    if (debug_enabled())                               \
+      diag_trace(__func__, __LINE__, __VA_ARGS__);     \
+  } while (0)
+
+// The same lines on behalf of a named function, for code shared by several
+// exported functions (the message then names the exported one).
+#define LOG_WARNING_AS(func, ...) diag_line("WARNING", __FILE_NAME__, __LINE__, func, __VA_ARGS__)
+#define LOG_TRACE_AS(func, ...)                        \
+  do {                                                 \
+    if (debug_enabled())                               \
+      diag_trace(func, __LINE__, __VA_ARGS__);         \
+  } while (0)

@@ -1,0 +1,397 @@
+// Typed, self-checking singly linked list.
+//
+// A head is bound to its own address through its mark (address XOR
+// 0xA0A06060), so a zeroed, stale or moved head reads as uninitialised. Every
+// entry carries the code of its element type's name. Each operation but
+// ll_is_initialized, ll_verify_list_type and ll_delete_entry walks the whole
+// list to verify it before doing anything. Lists hold a few dozen entries at
+// most, so the walks (and the quadratic cost of building a list without a
+// tail pointer) are deliberate: the integrity rules cover every pointer there is.
+#include "linked_list.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "diagnostics.h"
+#include "linked_list_internal.h"
+
+namespace {
+
+constexpr uint32_t kMagicXor = 0xA0A06060u;
+
+bool verify(ll_list_t *list) { return ll_verify_integrity(list) != 0; }
+
+}  // namespace
+
+extern "C" {
+
+uint32_t _get_magic_number(ll_list_t *list) {
+  if (list == nullptr) {
+    LOG_ERROR("list ptr is NULL.");
+    return 0;
+  }
+  return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(list)) ^ kMagicXor;
+}
+
+// Each byte, sign-extended, is XORed in at byte position 0, 1, 2, 3, 0, ...
+uint32_t _calculate_str_checksum(const char *type) {
+  uint32_t code = 0;
+  unsigned position = 0;
+  for (const char *c = type; c != nullptr && *c != '\0'; ++c) {
+    const auto extended = static_cast<uint32_t>(static_cast<int32_t>(static_cast<int8_t>(*c)));
+    code ^= extended << (8 * position);
+    position = position > 2 ? 0 : position + 1;
+  }
+  return code;
+}
+
+uint8_t ll_is_initialized(ll_list_t *list) {
+  if (list == nullptr) {
+    LOG_ERROR("list ptr is NULL.");
+    return 0;
+  }
+  return list->magic == _get_magic_number(list) ? 1 : 0;
+}
+
+uint8_t ll_verify_list_type(ll_list_t *list, const char *type) {
+  if (list == nullptr) {
+    LOG_ERROR("list ptr is NULL.");
+    return 0;
+  }
+  if (type == nullptr) {
+    LOG_ERROR("\"type\" ptr is NULL. type=%p", static_cast<const void *>(type));
+    return 0;
+  }
+  return list->type_code == _calculate_str_checksum(type) ? 1 : 0;
+}
+
+uint8_t ll_init(ll_list_t *list, const char *type) {
+  if (list == nullptr) {
+    LOG_ERROR("list ptr is NULL.");
+    return 0;
+  }
+  if (type == nullptr) {
+    LOG_ERROR("\"type\" ptr is NULL. type=%p", static_cast<const void *>(type));
+    return 0;
+  }
+  if (list->magic == _get_magic_number(list)) {
+    LOG_ERROR("List Corruption: This list has already been initialized. Ptr:%p MagicNum:%d",
+              static_cast<void *>(list), static_cast<int32_t>(list->magic));
+    return 0;
+  }
+  list->size = 0;
+  list->head = nullptr;
+  list->magic = _get_magic_number(list);
+  list->type_code = _calculate_str_checksum(type);
+  if (!verify(list)) {
+    LOG_BUG("Failed verifying the integrity of the list.");
+    return 0;
+  }
+  return 1;
+}
+
+uint8_t ll_delete_list(ll_list_t *list) {
+  if (list == nullptr) {
+    LOG_ERROR("list ptr is NULL.");
+    return 0;
+  }
+  if (!verify(list)) {
+    LOG_BUG("Failed verifying integrity of the list. list:%p", static_cast<void *>(list));
+    return 0;
+  }
+  uint8_t result = 1;
+  ll_entry_t *entry = list->head;
+  while (entry != nullptr) {
+    ll_entry_t *next = entry->next;
+    entry->list = nullptr;
+    if (!ll_delete_entry(entry)) {
+      LOG_BUG("Failed deleting an entry during list deletion. ptr:%p", static_cast<void *>(entry));
+      result = 0;
+    }
+    entry = next;
+  }
+  list->size = 0;
+  list->head = nullptr;
+  list->magic = 0;
+  return result;
+}
+
+int32_t ll_size(ll_list_t *list) {
+  if (list == nullptr) {
+    LOG_ERROR("list ptr is NULL.");
+    return 0;
+  }
+  if (!verify(list)) {
+    LOG_BUG("Failed integrity test. list:%p", static_cast<void *>(list));
+    return 0;
+  }
+  return list->size;
+}
+
+uint8_t ll_create_entry(int32_t size, ll_entry_t **entry, void **data, const char *type) {
+  if (size < 1) {
+    LOG_ERROR("Create entry called with an invalid size. size:%d", size);
+    return 0;
+  }
+  if (entry == nullptr) {
+    LOG_ERROR("\"entry\" pointer is NULL. entry:%p", static_cast<void *>(entry));
+    return 0;
+  }
+  if (data == nullptr) {
+    LOG_ERROR("\"data\" pointer is NULL. data:%p", static_cast<void *>(data));
+    return 0;
+  }
+  if (type == nullptr) {
+    LOG_ERROR("\"type\" pointer is NULL. type:%p", static_cast<const void *>(type));
+    return 0;
+  }
+  *entry = static_cast<ll_entry_t *>(calloc(1, sizeof(ll_entry_t)));
+  if (*entry == nullptr) {
+    LOG_BUG("calloc failed to allocate memory for the entry. ptr:%p", static_cast<void *>(entry));
+    return 0;
+  }
+  void *storage = calloc(1, static_cast<size_t>(size));
+  if (storage == nullptr) {
+    LOG_BUG("calloc failed to allocate memory for the data storage. ptr:%p", storage);
+    free(*entry);
+    return 0;
+  }
+  (*entry)->data = storage;
+  (*entry)->list = nullptr;
+  (*entry)->next = nullptr;
+  (*entry)->type_code = _calculate_str_checksum(type);
+  *data = storage;
+  return 1;
+}
+
+uint8_t ll_delete_entry(ll_entry_t *entry) {
+  if (entry == nullptr) {
+    LOG_ERROR("\"delete_entry\" parameter is NULL. delete_entry:%p", static_cast<void *>(entry));
+    return 0;
+  }
+  free(entry->data);
+  entry->list = nullptr;
+  entry->data = nullptr;
+  entry->next = nullptr;
+  free(entry);
+  return 1;
+}
+
+uint8_t ll_delete_entry_at(ll_list_t *list, uint32_t index) {
+  if (list == nullptr) {
+    LOG_ERROR("\"list\" parameter is NULL. list:%p", static_cast<void *>(list));
+    return 0;
+  }
+  if (!verify(list)) {
+    LOG_BUG("List failed integrity test.");
+    return 0;
+  }
+  if (index >= static_cast<uint32_t>(list->size)) {
+    LOG_ERROR("Index Out of Range: Requesting a value outside the range of the list. Index:%d "
+              "Size:%d",
+              static_cast<int32_t>(index), list->size);
+    return 0;
+  }
+  ll_entry_t **link = &list->head;
+  for (uint32_t i = 0; i < index; ++i) link = &(*link)->next;
+  ll_entry_t *entry = *link;
+  *link = entry->next;
+  entry->list = nullptr;
+  if (!ll_delete_entry(entry)) {
+    LOG_ERROR("Failed deleting entry.");
+    return 0;
+  }
+  list->size--;
+  if (!verify(list)) {
+    LOG_BUG("List failed the integrity check. list:%p", static_cast<void *>(list));
+    return 0;
+  }
+  return 1;
+}
+
+namespace {
+
+// The checks shared by both insertions, in their order: the list is verified
+// before the entry is looked at.
+bool check_insertion(ll_list_t *list, ll_entry_t *new_entry, const char *func,
+                     const char *mismatch_format) {
+  if (list == nullptr) {
+    diag_line("ERROR", __FILE_NAME__, __LINE__, func, "\"list\" parameter is NULL. list:%p",
+              static_cast<void *>(list));
+    return false;
+  }
+  if (!verify(list)) {
+    diag_line("BUG", __FILE_NAME__, __LINE__, func, "List failed integrity test.");
+    return false;
+  }
+  if (new_entry == nullptr) {
+    diag_line("ERROR", __FILE_NAME__, __LINE__, func,
+              "\"new_entry\" parameter is NULL. new_entry:%p", static_cast<void *>(new_entry));
+    return false;
+  }
+  if (new_entry->type_code != list->type_code) {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    diag_line("BUG", __FILE_NAME__, __LINE__, func, mismatch_format, list->type_code,
+              new_entry->type_code);
+#pragma GCC diagnostic pop
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+uint8_t ll_add_entry_to_back(ll_list_t *list, ll_entry_t *new_entry) {
+  if (!check_insertion(list, new_entry, __func__,
+                       "This entry represents a different type and cannot be added to this list. "
+                       "List:0x%08X Entry:0x%08X"))
+    return 0;
+  ll_entry_t **link = &list->head;
+  while (*link != nullptr) link = &(*link)->next;
+  *link = new_entry;
+  new_entry->list = list;
+  list->size++;
+  return 1;
+}
+
+uint8_t ll_add_entry_to_front(ll_list_t *list, ll_entry_t *new_entry) {
+  // "tothis" is how this message has always read; log scrapers match it.
+  if (!check_insertion(list, new_entry, __func__,
+                       "This entry represents a different type and cannot be added tothis list. "
+                       "List:0x%08X Entry:0x%08X"))
+    return 0;
+  new_entry->next = list->head;
+  list->head = new_entry;
+  new_entry->list = list;
+  list->size++;
+  return 1;
+}
+
+uint8_t ll_entry_at(ll_list_t *list, int32_t index, void **entry_data) {
+  if (entry_data == nullptr) {
+    LOG_ERROR("\"entry_data\" parameter is NULL. entry_data:%p", static_cast<void *>(entry_data));
+    return 0;
+  }
+  *entry_data = nullptr;
+  if (list == nullptr) {
+    LOG_ERROR("\"list\" parameter is NULL. list:%p", static_cast<void *>(list));
+    return 0;
+  }
+  if (!verify(list)) {
+    LOG_BUG("List failed integrity test.");
+    return 0;
+  }
+  if (index < 0 || index >= list->size) {
+    LOG_ERROR("Index Out of Range: Requesting a value outside the range of the list. Index:%d "
+              "Size:%d",
+              index, list->size);
+    return 0;
+  }
+  ll_entry_t *entry = list->head;
+  for (int32_t i = 0; i < index; ++i) entry = entry->next;
+  *entry_data = entry->data;
+  return 1;
+}
+
+uint8_t ll_verify_integrity(ll_list_t *list) {
+  if (list == nullptr) {
+    LOG_ERROR("\"list\" parameter is NULL. list:%p", static_cast<void *>(list));
+    return 0;
+  }
+  const uint32_t expected = _get_magic_number(list);
+  if (list->magic != expected) {
+    // The labels stand before the other value ("ExpectedMagic" shows the stored mark).
+    LOG_ERROR("Corrupt List: List not initialized. Ptr:%p ExpectedMagic:%d Magic:%d Size:%d "
+              "Head:%p ",
+              static_cast<void *>(list), static_cast<int32_t>(list->magic),
+              static_cast<int32_t>(expected), list->size, static_cast<void *>(list->head));
+    return 0;
+  }
+  if (list->head == nullptr) {
+    if (list->size == 0) return 1;
+    LOG_ERROR("Corrupt List: The list's head is NULL, but the size isn't zero. Size:%d",
+              list->size);
+    return 0;
+  }
+  if (list->size == 0) {
+    LOG_ERROR("Corrupt List: The list's size is zero, but the head isn't NULL. HeadPtr:%p",
+              static_cast<void *>(list->head));
+    return 0;
+  }
+  // The counter stops the walk once it reaches the size, so a cycle ends too.
+  int32_t count = 0;
+  for (ll_entry_t *entry = list->head; entry != nullptr;) {
+    if (entry->list == nullptr) {
+      LOG_BUG("Corrupt List: An entry's list attribute is set to NULL. Ptr:%p",
+              static_cast<void *>(entry->list));
+      return 0;
+    }
+    if (entry->type_code != list->type_code) {
+      LOG_BUG("Corrupt List: An entry's type does not match the lists. Count:%d", count);
+      return 0;
+    }
+    ++count;
+    ll_entry_t *next = entry->next;
+    if (count >= list->size || next == nullptr) {
+      if (next == nullptr && count == list->size) return 1;
+      if (next == nullptr && count < list->size) {
+        // The labels stand in the opposite order to the values.
+        LOG_ERROR("Corrupt List: Either the list's size doesn't match the number of entries. "
+                  "ListSize:%d Counted:%d",
+                  count, list->size);
+      } else {
+        LOG_ERROR("Corrupt List: Either the list is the wrong size or the final entry is not "
+                  "NULL. Counted=%d Len=%d NextPtr=%p",
+                  count, list->size, static_cast<void *>(next));
+      }
+      return 0;
+    }
+    entry = next;
+  }
+  return 0;  // not reached: the walk returns at its last entry
+}
+
+uint8_t ll_copy_list(ll_list_t *src_list, ll_list_t *dst_list, uint32_t size) {
+  if (src_list == nullptr) {
+    LOG_ERROR("\"src_list\" parameter is NULL. src_list:%p", static_cast<void *>(src_list));
+    return 0;
+  }
+  if (dst_list == nullptr) {
+    LOG_ERROR("\"dst_list\" parameter is NULL. dst_list:%p", static_cast<void *>(dst_list));
+    return 0;
+  }
+  if (!verify(src_list)) {
+    LOG_BUG("Source list failed integrity test.");
+    return 0;
+  }
+  if (!verify(dst_list)) {
+    LOG_BUG("Destination list failed integrity test.");
+    return 0;
+  }
+  // Copy as many entries as the source holds now, so that copying a list
+  // onto itself ends.
+  const int32_t count = src_list->size;
+  ll_entry_t *source = src_list->head;
+  for (int32_t i = 0; i < count && source != nullptr; ++i, source = source->next) {
+    ll_entry_t *copy = nullptr;
+    void *data = nullptr;
+    if (!ll_create_entry(static_cast<int32_t>(size), &copy, &data, "")) {
+      LOG_BUG("Failed creating entry for the destination list.");
+      return 0;
+    }
+    copy->type_code = source->type_code;
+    memcpy(data, source->data, size);
+    if (!ll_add_entry_to_back(dst_list, copy)) {
+      if (ll_delete_entry(copy))
+        LOG_BUG("Failed adding entry to back of the destination list.");
+      else
+        LOG_BUG("Failed deleting entry.");
+      return 0;
+    }
+  }
+  return 1;
+}
+
+}  // extern "C"

@@ -1,0 +1,158 @@
+// Diagnostics, the debug flag and the typed platform configuration readers.
+#include "utility.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <type_traits>
+
+#include "config_root.h"
+#include "diagnostics.h"
+#include "platform_config.h"
+
+namespace {
+
+// Process-wide; written only by debug_enable. A plain byte that the host sets
+// before it calls the library.
+uint8_t g_debug_enabled = 0;
+
+// Full configuration paths are built in buffers of this size (a longer path
+// is cut silently).
+constexpr size_t kPathSize = 256;
+
+void full_path(char (&path)[kPathSize], const char *key) {
+  snprintf(path, sizeof path, "%s%s", edc::kConfigRoot, key != nullptr ? key : "");
+  path[kPathSize - 1] = '\0';
+}
+
+}  // namespace
+
+extern "C" {
+
+void diag_line(const char *severity, const char *file, int line, const char *func, const char *fmt,
+               ...) {
+  printf("%s:%d:%s() %s: ", file, line, func, severity);
+  va_list args;
+  va_start(args, fmt);
+  vprintf(fmt, args);
+  va_end(args);
+  printf("\n");
+}
+
+void diag_trace(const char *func, int line, const char *fmt, ...) {
+  va_list args;
+  va_start(args, fmt);
+  vprintf(fmt, args);
+  va_end(args);
+  printf(" \t\t\t%s():%d\n", func, line);
+}
+
+void debug_enable(bool enable) { g_debug_enabled = enable ? 1 : 0; }
+
+bool debug_enabled(void) { return g_debug_enabled != 0; }
+
+bool get_pc_str(const char *key, char *buffer, uint32_t size, const char *default_val,
+                bool verbose) {
+  char path[kPathSize];
+  full_path(path, key);
+  if (buffer == nullptr) return false;
+  if (config_get_str(0, path, buffer, size) == 0) return true;
+  if (default_val == nullptr) default_val = "";
+  if (verbose)
+    LOG_WARNING("Error trying to read \"%s\" from the platform config. Using:%s", path,
+                default_val);
+  // No terminator is written: callers hand in zeroed storage.
+  const size_t length = strlen(default_val);
+  memcpy(buffer, default_val, length < size ? length : size);
+  return false;
+}
+
+}  // extern "C"
+
+namespace {
+
+// One reader for both integer types: T decides the comparisons; every number
+// in the messages is printed with %d, the "Invalid values" line excepted.
+template <typename T>
+T read_number(const char *func, const char *key, T min, T max, T default_val, bool verbose) {
+  static_assert(std::is_same_v<T, int32_t> || std::is_same_v<T, uint32_t>);
+  if (min > default_val || default_val > max) {
+    // A fault in the library's own table of constants, not in the
+    // configuration: stop in every build type.
+    if constexpr (std::is_signed_v<T>)
+      printf("Invalid values for %s: min:%d def:%d max:%d\n", key, min, default_val, max);
+    else
+      printf("Invalid values for %s: min:%u def:%u max:%u\n", key, min, default_val, max);
+    fflush(stdout);
+    fprintf(stderr, "%s:%d: %s: Assertion `%s' failed.\n", __FILE_NAME__, __LINE__, func,
+            "min <= default_val && default_val <= max");
+    fflush(stderr);
+    abort();
+  }
+  char path[kPathSize];
+  full_path(path, key);
+  int32_t raw = 0;
+  T value;
+  if (config_get_int(0, path, &raw) != 0) {
+    if (verbose)
+      LOG_WARNING_AS(func, "Unable to find the platform path:%s Defaulting to:%d", path,
+                     static_cast<int32_t>(default_val));
+    value = default_val;
+  } else {
+    value = static_cast<T>(raw);  // an unsigned read takes the 32-bit pattern
+  }
+  if (value < min) {
+    if (verbose)
+      LOG_WARNING_AS(func,
+                     "The value for platform path:%s is smaller than the minimum value. Setting "
+                     "to minimum. Min:%d Val:%d Max:%d",
+                     path, static_cast<int32_t>(min), static_cast<int32_t>(value),
+                     static_cast<int32_t>(max));
+    value = min;
+  } else if (value > max) {
+    if (verbose)
+      LOG_WARNING_AS(func,
+                     "The value for platform path:%s is larger than the maximum value. Setting "
+                     "to maximum. Min:%d Val:%d Max:%d",
+                     path, static_cast<int32_t>(min), static_cast<int32_t>(value),
+                     static_cast<int32_t>(max));
+    value = max;
+  }
+  LOG_TRACE_AS(func, "Platform config read. Path:%s val:%d", path, static_cast<int32_t>(value));
+  return value;
+}
+
+}  // namespace
+
+extern "C" {
+
+uint32_t get_pc_uint(const char *key, uint32_t min, uint32_t max, uint32_t default_val,
+                     bool verbose) {
+  return read_number<uint32_t>(__func__, key, min, max, default_val, verbose);
+}
+
+int32_t get_pc_int(const char *key, int32_t min, int32_t max, int32_t default_val, bool verbose) {
+  return read_number<int32_t>(__func__, key, min, max, default_val, verbose);
+}
+
+}  // extern "C"
+
+// ===========================================================================
+// VIC timing table and conversions
+// ===========================================================================
+
+
+
+// ===========================================================================
+// Names and printers
+// ===========================================================================
+
+
+
+// ===========================================================================
+// Platform values record lifecycle
+// ===========================================================================
+
+
+

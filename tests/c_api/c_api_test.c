@@ -1,0 +1,57 @@
+/* A C11 program that includes every public header and links the library:
+ * the C ABI as a C caller sees it. */
+#include <stddef.h>
+#include <stdio.h>
+#include <string.h>
+
+#include "config_store.h"
+#include "edid_composer.h"
+#include "edid_decode_encode.h"
+#include "linked_list.h"
+#include "platform_config.h"
+#include "utility.h"
+#include "version.h"
+
+/* The layout a C caller depends on (x86_64 / LP64 natural alignment). */
+_Static_assert(sizeof(ll_entry_t) == 32, "ll_entry_t layout");
+_Static_assert(sizeof(ll_list_t) == 24 && offsetof(ll_list_t, head) == 16, "ll_list_t layout");
+_Static_assert(sizeof(detailed_timing_t) == 60, "detailed_timing_t layout");
+_Static_assert(sizeof(short_video_desc_t) == 12, "short_video_desc_t layout");
+_Static_assert(sizeof(short_audio_desc_t) == 28, "short_audio_desc_t layout");
+_Static_assert(sizeof(hdmi_mode_t) == 16, "hdmi_mode_t layout");
+_Static_assert(offsetof(composer_cfg_t, spa_offset) == 48, "composer_cfg_t layout");
+
+static int failures = 0;
+#define CHECK(cond)                                              \
+  do {                                                           \
+    if (!(cond)) {                                               \
+      fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__, __LINE__, #cond); \
+      failures++;                                                \
+    }                                                            \
+  } while (0)
+
+int main(void) {
+  ll_list_t list;
+  ll_entry_t *entry = NULL;
+  void *data = NULL;
+  memset(&list, 0, sizeof list);
+
+  CHECK(strncmp(gVersion, "#@# libedidcomposer.so Unofficial Build ", 40) == 0);
+  CHECK(ll_init(&list, "int") == 1);
+  CHECK(ll_create_entry(sizeof(int), &entry, &data, "int") == 1);
+  *(int *)data = 42;
+  CHECK(ll_add_entry_to_back(&list, entry) == 1);
+  CHECK(ll_size(&list) == 1);
+  CHECK(ll_entry_at(&list, 0, &data) == 1 && *(int *)data == 42);
+  CHECK(ll_delete_list(&list) == 1);
+
+  CHECK(config_store_load_string("[platform.software.drivers.avcap.edid]\nweek = 12\n") == 0);
+  CHECK(get_pc_uint("week", 0, 255, 1, true) == 12);
+  debug_enable(true);
+  CHECK(debug_enabled());
+  debug_enable(false);
+  config_store_clear();
+
+  if (failures == 0) printf("c_api: all checks passed\n");
+  return failures == 0 ? 0 : 1;
+}

@@ -1,0 +1,104 @@
+#include "capture.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <regex>
+
+#include "config_store.h"
+#include "utility.h"
+
+namespace edc_test {
+
+namespace {
+
+std::string CaptureStream(FILE *stream, const std::function<void()> &fn) {
+  fflush(stream);
+  FILE *sink = tmpfile();
+  if (sink == nullptr) {
+    ADD_FAILURE() << "tmpfile failed";
+    return {};
+  }
+  const int fd = fileno(stream);
+  const int saved = dup(fd);
+  dup2(fileno(sink), fd);
+  fn();
+  fflush(stream);
+  dup2(saved, fd);
+  close(saved);
+
+  std::string text;
+  rewind(sink);
+  char chunk[4096];
+  size_t got;
+  while ((got = fread(chunk, 1, sizeof chunk, sink)) > 0) text.append(chunk, got);
+  fclose(sink);
+  return text;
+}
+
+}  // namespace
+
+std::string CaptureStdout(const std::function<void()> &fn) { return CaptureStream(stdout, fn); }
+
+std::string CaptureStderr(const std::function<void()> &fn) { return CaptureStream(stderr, fn); }
+
+std::string Normalize(const std::string &text) {
+  static const std::regex prefix(R"(^[^:\n]+:[0-9]+:(\w+)\(\) (ERROR|WARNING|BUG): )",
+                                 std::regex::multiline);
+  static const std::regex suffix(R"( \t\t\t(\w+)\(\):[0-9]+$)", std::regex::multiline);
+  return std::regex_replace(std::regex_replace(text, prefix, "$1() $2: "), suffix,
+                            " \t\t\t$1()");
+}
+
+std::vector<std::string> SplitLines(const std::string &text) {
+  std::vector<std::string> lines;
+  size_t start = 0;
+  while (start < text.size()) {
+    const size_t end = text.find('\n', start);
+    if (end == std::string::npos) {
+      lines.push_back(text.substr(start));
+      break;
+    }
+    lines.push_back(text.substr(start, end - start));
+    start = end + 1;
+  }
+  return lines;
+}
+
+std::vector<std::string> Lines(const std::function<void()> &fn) {
+  return SplitLines(Normalize(CaptureStdout(fn)));
+}
+
+std::string Error(const std::string &func, const std::string &message) {
+  return func + "() ERROR: " + message;
+}
+std::string Warning(const std::string &func, const std::string &message) {
+  return func + "() WARNING: " + message;
+}
+std::string Bug(const std::string &func, const std::string &message) {
+  return func + "() BUG: " + message;
+}
+std::string Trace(const std::string &func, const std::string &message) {
+  return message + " \t\t\t" + func + "()";
+}
+
+DebugOn::DebugOn() { debug_enable(true); }
+DebugOn::~DebugOn() { debug_enable(false); }
+
+ScopedConfig::ScopedConfig(const std::string &toml) {
+  EXPECT_EQ(config_store_load_string(toml.c_str()), 0) << toml;
+}
+ScopedConfig::~ScopedConfig() { config_store_clear(); }
+
+std::string CorpusDir() { return EDC_CORPUS_DIR; }
+
+std::vector<unsigned char> ReadFile(const std::string &path) {
+  std::ifstream in(path, std::ios::binary);
+  EXPECT_TRUE(in.good()) << "cannot open " << path;
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+}  // namespace edc_test

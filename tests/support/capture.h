@@ -1,0 +1,61 @@
+// Capturing the library's standard output and comparing diagnostic lines.
+//
+// Diagnostic lines carry the source file and line of the statement that
+// printed them; tests compare whole lines with those two left out:
+//   "linked_list.cpp:42:ll_init() ERROR: msg"  ->  "ll_init() ERROR: msg"
+//   "msg \t\t\tll_init():42"                    ->  "msg \t\t\tll_init()"
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace edc_test {
+
+// Runs fn with standard output redirected and returns what it printed.
+std::string CaptureStdout(const std::function<void()> &fn);
+
+// The same for standard error.
+std::string CaptureStderr(const std::function<void()> &fn);
+
+// Removes file names and line numbers from diagnostic prefixes and trace suffixes.
+std::string Normalize(const std::string &text);
+
+// Splits text into lines (without their line ends); a final partial line is kept.
+std::vector<std::string> SplitLines(const std::string &text);
+
+// CaptureStdout, Normalize and SplitLines in one.
+std::vector<std::string> Lines(const std::function<void()> &fn);
+
+// Expected normalized lines.
+std::string Error(const std::string &func, const std::string &message);
+std::string Warning(const std::string &func, const std::string &message);
+std::string Bug(const std::string &func, const std::string &message);
+std::string Trace(const std::string &func, const std::string &message);
+
+// Sets the debug flag for the lifetime of the object and clears it after.
+class DebugOn {
+ public:
+  DebugOn();
+  ~DebugOn();
+  DebugOn(const DebugOn &) = delete;
+  DebugOn &operator=(const DebugOn &) = delete;
+};
+
+// Loads a TOML configuration into the stand-alone store for the lifetime of
+// the object; the store is emptied afterwards. Fails the test on a load error.
+class ScopedConfig {
+ public:
+  explicit ScopedConfig(const std::string &toml);
+  ~ScopedConfig();
+  ScopedConfig(const ScopedConfig &) = delete;
+  ScopedConfig &operator=(const ScopedConfig &) = delete;
+};
+
+// Directory of the real EDID corpus (tests/corpus).
+std::string CorpusDir();
+
+// Reads a whole file as bytes; fails the test when it cannot.
+std::vector<unsigned char> ReadFile(const std::string &path);
+
+}  // namespace edc_test
