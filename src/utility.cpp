@@ -142,6 +142,42 @@ int32_t get_pc_int(const char *key, int32_t min, int32_t max, int32_t default_va
 // VIC timing table and conversions
 // ===========================================================================
 
+extern "C" {
+
+// Truncating integer arithmetic throughout: 59.94 Hz gives 59. For an
+// interlaced timing (vertical values per field) this is the field rate.
+uint32_t calculate_refresh_rate(uint32_t pixel_clock, uint32_t h_active, uint32_t h_blanking,
+                                uint32_t v_active, uint32_t v_blanking) {
+  const uint32_t h_total = h_active + h_blanking;
+  const uint32_t v_total = v_active + v_blanking;
+  if (h_total == 0 || v_total == 0) return 0;  // callers pass real timings; stay defined anyway
+  return pixel_clock / h_total / v_total;
+}
+
+// Aspect code of a geometry in any unit: exact equality after truncation, in
+// the order 1:1, 4:3, 5:4, 16:9 (708 x 398 and 160 x 90 are 16:9).
+uint8_t convert_geo_to_ratio(uint32_t width, uint32_t height, uint32_t *ratio) {
+  if (ratio == nullptr) {
+    LOG_ERROR("\"ratio\" parameter is NULL. ratio=%p", static_cast<void *>(ratio));
+    return 0;
+  }
+  struct Rule {
+    uint32_t numerator, denominator, code;
+  };
+  static constexpr Rule kRules[] = {{1, 1, 0}, {3, 4, 1}, {4, 5, 2}, {9, 16, 3}};
+  for (const Rule &rule : kRules) {
+    if (width * rule.numerator / rule.denominator == height) {
+      *ratio = rule.code;
+      return 1;
+    }
+  }
+  LOG_TRACE("Got a set of values that didn't match an aspect ratio. width=%d height=%d",
+            static_cast<int32_t>(width), static_cast<int32_t>(height));
+  return 0;
+}
+
+}  // extern "C"
+
 
 
 // ===========================================================================
