@@ -1,0 +1,27 @@
+// Reading an EDID as users hold it: the binary file the kernel exposes under
+// /sys/class/drm/*/edid, or hex text as edid-decode and xxd -p print it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace edc_tool {
+
+struct EdidInput {
+  std::vector<uint8_t> bytes;  // a non-zero multiple of 128 when error is empty
+  std::string error;           // what is wrong with the input, for one line of stderr
+};
+
+// Interprets file contents. Binary when they start with the EDID header or
+// hold bytes that are not text; otherwise hex text: bytes as pairs of hex
+// digits, optionally prefixed with 0x and separated by blanks, line ends or
+// commas; header lines ending in ':' or '{' before the data and everything
+// from the first line that is not hex after it (edid-decode's decoded
+// section, a C array's closing brace) are ignored.
+EdidInput ParseEdid(const std::vector<uint8_t> &contents);
+
+// Reads path ("-" for standard input) and parses it.
+EdidInput ReadEdid(const std::string &path);
+
+}  // namespace edc_tool
