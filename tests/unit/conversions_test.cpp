@@ -158,6 +158,11 @@ TEST(DtdToVic, TracesEachCandidateRowThatCannotDecideThenDescribesTheTiming) {
        {Trace("convert_dtd_to_vic",
               "Timings image size is zeroed as is the EDID monitor size. Unable to match to a "
               "timing.")}},
+      {Sd480p(0, 0),
+       Monitor(16, 0),
+       {Trace("convert_dtd_to_vic",
+              "Timings image size is zeroed as is the EDID monitor size. Unable to match to a "
+              "timing.")}},
       {Sd480p(707, 398),
        Monitor(16, 9),
        {Trace("convert_geo_to_ratio",
