@@ -32,8 +32,12 @@ void BM_DtdToVic(benchmark::State &state) {
       timing = TimingOfVic(64);
       break;
     default:
-      timing = detailed_timing_t{1, 65000000, 1024, 320, 24,  136, 0, 768, 38,
-                                 3, 6,        0,    300, 225, 1,   0, 0,   0};
+      timing = TimingOfVic(1);  // then made 1024x768 at 65 MHz
+      timing.pixel_clock = 65000000;
+      timing.h_active = 1024;
+      timing.h_blanking = 320;
+      timing.v_active = 768;
+      timing.v_blanking = 38;
   }
   edid_t edid = Monitor();
   for (auto _ : state) {
