@@ -8,7 +8,6 @@
 #include <cstring>
 #include <iterator>
 #include <string>
-#include <tuple>
 #include <utility>
 
 #include "capture.h"
@@ -142,7 +141,9 @@ TEST(MaskText, FillsClearsAndCutsTheCallersBufferExactly) {
 TEST(MaskText, RefusesNullAndShortBuffersAfterClearingThem) {
   const std::pair<MaskTextFn, const char *> fns[] = {
       {audio_freq_string, "audio_freq_string"}, {audio_pcm_bits_string, "audio_pcm_bits_string"}};
-  for (const auto &[fn, name] : fns) {
+  for (const auto &entry : fns) {
+    const MaskTextFn fn = entry.first;
+    const std::string name = entry.second;
     char buffer[20];
     memset(buffer, 'x', sizeof buffer);
     EXPECT_THAT(Lines([&] { fn(0x7F, buffer, 16); }),
@@ -154,17 +155,21 @@ TEST(MaskText, RefusesNullAndShortBuffersAfterClearingThem) {
 }
 
 TEST(Printers, SpeakersRunTogetherOnOneLine) {
-  const std::tuple<uint8_t, uint8_t, uint8_t, std::string> cases[] = {
+  struct Case {
+    uint8_t byte1, byte2, byte3;
+    std::string text;
+  } cases[] = {
       {0x0F, 0x00, 0xFF, "FL/FR LFE FC RL/RR"},
       {0x02, 0x00, 0x00, " LFE"},
       {0x00, 0x00, 0x00, ""},
       {0xFF, 0x07, 0x00, "FL/FR LFE FC RL/RR RC FLC/FRC RLC/RRC FLW/FRW FLH/FRH TC FCH"},
       {0x00, 0xFA, 0xFF, " TC"},  // byte 2 above bit 2 and byte 3 are not shown
   };
-  for (const auto &[b1, b2, b3, text] : cases) {
+  for (const Case &c : cases) {
     int32_t count = -1;
-    EXPECT_EQ(CaptureStdout([&] { count = print_speaker(b1, b2, b3); }), text + "\n");
-    EXPECT_EQ(count, static_cast<int32_t>(text.size() + 1));
+    EXPECT_EQ(CaptureStdout([&] { count = print_speaker(c.byte1, c.byte2, c.byte3); }),
+              c.text + "\n");
+    EXPECT_EQ(count, static_cast<int32_t>(c.text.size() + 1));
   }
 }
 
@@ -191,7 +196,9 @@ TEST(Printers, AudioDescriptorLineDependsOnTheFormat) {
       {Audio(15, 2, 0x04, 9), "Code:15 Unrecognized audio code."},
       {Audio(19, 2, 0x04, 9), "Code:19 Unrecognized audio code."},
   };
-  for (auto [audio, line] : cases) {
+  for (const auto &c : cases) {
+    short_audio_desc_t audio = c.first;
+    const std::string &line = c.second;
     int32_t count = -1;
     EXPECT_EQ(CaptureStdout([&] { count = print_audio_structure(&audio); }), line + "\n");
     EXPECT_EQ(count, static_cast<int32_t>(line.size() + 1));
@@ -207,8 +214,8 @@ TEST(Printers, StereoStructuresEachFollowedByABlank) {
                                                     {0xFF, "FP SSH TBH FA LA SSF LD LD+G "},
                                                     {0x14, "TBH LA "},
                                                     {0x100, ""}};
-  for (const auto &[mask, text] : cases)
-    EXPECT_EQ(CaptureStdout([&] { print_stereo_type(mask); }), text) << mask;
+  for (const auto &c : cases)
+    EXPECT_EQ(CaptureStdout([&] { print_stereo_type(c.first); }), c.second) << c.first;
 }
 
 TEST(Printers, TitledBitListNamesBitsSevenDownToZero) {
