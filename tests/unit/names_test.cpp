@@ -185,16 +185,13 @@ TEST(Printers, AudioDescriptorLineDependsOnTheFormat) {
       {Audio(1, 8, 0x00, 0x00),
        "Code: 1:PCM Channels:8 Freq: NoFreqSpecified Bits: NoBitsSpecified"},
       {Audio(2, 6, 0x04, 640), "Code: 2:AC3 Channels:6 Freq:48kHz  Max Rate:640kHz"},
-      {Audio(8, 2, 0x01, 8), "Code: 8:ATRAC Channels:2 Freq:32kHz  Max Rate:8kHz"},
       {Audio(9, 2, 0x01, 3), "Code: 9:DSD Channels:2 Freq:32kHz  val:3"},
       {Audio(10, 8, 0x06, 1), "Code: 10:EAC3/DD+ Channels:8 Freq:44.1kHz 48kHz  val:1"},
-      {Audio(13, 2, 0x04, 7), "Code: 13:DST Channels:2 Freq:48kHz  val:7"},
       {Audio(14, 2, 0x04, 3), "Code: 14:WMA pro Channels:2 Freq:48kHz  Max Profile:3"},
       {Audio(16, 2, 0x04, 9), "Code: 16:HE AAC Channels:2 Freq:48kHz "},
       {Audio(18, 6, 0x40, 9), "Code: 18:MPEG SURROUND Channels:6 Freq:192kHz "},
       {Audio(0, 2, 0x04, 9), "Code:0 Unrecognized audio code."},
       {Audio(15, 2, 0x04, 9), "Code:15 Unrecognized audio code."},
-      {Audio(19, 2, 0x04, 9), "Code:19 Unrecognized audio code."},
   };
   for (const auto &c : cases) {
     short_audio_desc_t audio = c.first;
@@ -209,11 +206,8 @@ TEST(Printers, AudioDescriptorLineDependsOnTheFormat) {
 }
 
 TEST(Printers, StereoStructuresEachFollowedByABlank) {
-  const std::pair<uint32_t, std::string> cases[] = {{0x00, " "},
-                                                    {0x81, "FP LD+G "},
-                                                    {0xFF, "FP SSH TBH FA LA SSF LD LD+G "},
-                                                    {0x14, "TBH LA "},
-                                                    {0x100, ""}};
+  const std::pair<uint32_t, std::string> cases[] = {
+      {0x00, " "}, {0x81, "FP LD+G "}, {0xFF, "FP SSH TBH FA LA SSF LD LD+G "}, {0x100, ""}};
   for (const auto &c : cases)
     EXPECT_EQ(CaptureStdout([&] { print_stereo_type(c.first); }), c.second) << c.first;
 }
@@ -227,8 +221,6 @@ TEST(Printers, TitledBitListNamesBitsSevenDownToZero) {
   } cases[] = {
       {0xA5, est_timing_1_string, "Established Timings 1",
        "\nEstablished Timings 1: 0x00A5\n\t720x400p70\n\t640x480p60\n\t640x480p75\n\t800x600p60\n"},
-      {0x11, est_timing_2_string, "Established Timings 2",
-       "\nEstablished Timings 2: 0x0011\n\t1024x768p87\n\t1280x1024p75\n"},
       {0x80, man_timing_string, "Manufacturer Timings",
        "\nManufacturer Timings: 0x0080\n\t1152x870p75\n"},
       {0x0100, est_timing_1_string, "Established Timings 1", "\nEstablished Timings 1: 0x0100\n"},
