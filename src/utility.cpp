@@ -642,16 +642,21 @@ constexpr std::array<const char *, g_vic_dtd_size> kVicNames = {
 // longest text for an empty mask (" NoFreqSpecified") and its terminator.
 constexpr uint32_t kMinMaskTextSize = 17;
 
+// Room for every name of a mask run together, so that only the caller's
+// buffer ever cuts the text.
+constexpr size_t kJoinedSize = 64;
+static_assert(joined_length(kSampleRateNames) < kJoinedSize &&
+              joined_length(kPcmBitNames) < kJoinedSize);
+
 // Every name of the bits set in mask run together (or none_text for an empty
 // mask), cut to the caller's buffer; returns what snprintf asked for.
 int32_t mask_text(std::span<const BitName> names, uint32_t mask, const char *none_text,
                   char *string, uint32_t string_len) {
   if (mask == 0) return snprintf(string, string_len, "%s", none_text);
-  char joined[64] = {};
+  char joined[kJoinedSize] = {};
   append_bit_names(names, mask, joined, sizeof joined);
   return snprintf(string, string_len, "%s", joined);
 }
-static_assert(joined_length(kSampleRateNames) < 64 && joined_length(kPcmBitNames) < 64);
 
 // CTA-861 audio format codes by the field their short descriptor's byte 3 holds.
 constexpr uint32_t kAudioPcm = 1;
