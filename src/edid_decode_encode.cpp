@@ -44,6 +44,22 @@ using edc::put_bits;
 // Encoding
 // ===========================================================================
 
+extern "C" {
+
+// The five mandatory HDMI 1.4b 3D formats. A sink that sets 3D_present in its
+// HDMI vendor block supports these structures implicitly, so the encoder
+// strips them from the per-format 3D entries it writes and the text dump
+// lists them on their own.
+constexpr short_video_desc_t _3d_man_modes[5] = {
+    {0, 32, EDID_STEREO_FP | EDID_STEREO_TBH},  // 1920x1080p24
+    {0, 4, EDID_STEREO_FP | EDID_STEREO_TBH},   // 1280x720p60
+    {0, 5, EDID_STEREO_SSH},                    // 1920x1080i60
+    {0, 19, EDID_STEREO_FP | EDID_STEREO_TBH},  // 1280x720p50
+    {0, 20, EDID_STEREO_SSH},                   // 1920x1080i50
+};
+
+}  // extern "C"
+
 
 
 // ===========================================================================
