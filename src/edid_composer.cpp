@@ -404,6 +404,143 @@ void _get_std_timing_list(ll_list_t *target) {
 // Platform values
 // ===========================================================================
 
+// The platform's whole configuration vocabulary for the composed EDID: every
+// key with its range and default, read once per composition.
+
+namespace {
+
+// A number key read with get_pc_int or get_pc_uint into a field of the record.
+template <typename T>
+struct NumberKey {
+  const char *key;
+  T min, max, default_val;
+  T platform_values_t::*field;
+};
+
+// Keys 2..14, read with get_pc_int after native_refresh_rate. Flags are 0/1;
+// tri-states 0 clear, 1 set, 2 as the television declares.
+constexpr NumberKey<int32_t> kSignedKeys[] = {
+    {"current_mode_set_to_priority", 0, 1, 0, &platform_values_t::current_mode_set_to_priority},
+    {"audio.pass_through", 0, 2, 0, &platform_values_t::audio_pass_through},
+    {"underscan", 0, 1, 0, &platform_values_t::underscan},
+    {"is_tv", 0, 1, 0, &platform_values_t::is_tv},
+    {"geometry_limit", 0, 1, 0, &platform_values_t::geometry_limit},
+    {"dc_30bit", 0, 1, 0, &platform_values_t::dc_30bit},
+    {"dc_36bit", 0, 1, 0, &platform_values_t::dc_36bit},
+    // HDMI VSDB Max_TMDS_Clock is stored in units of 5 MHz: 255 * 5.
+    {"tmds_override", 0, 1275, 0, &platform_values_t::tmds_override},
+    {"supports_ai", 0, 2, 0, &platform_values_t::supports_ai},
+    // Speaker allocation payload bytes 1..3 in bits 0..23 (CTA-861).
+    {"speaker_entry", 1, 2047, 1, &platform_values_t::speaker_entry},
+    {"xvYCC601", 0, 2, 0, &platform_values_t::xvycc601},
+    {"xvYCC709", 0, 2, 0, &platform_values_t::xvycc709},
+    {"native_bit", 0, 1, 1, &platform_values_t::native_bit},
+};
+
+// Keys 15..22, read with get_pc_uint.
+constexpr NumberKey<uint32_t> kUnsignedKeys[] = {
+    // Base block bytes 0x0A..0x11: product code, serial number, week and year
+    // of manufacture (VESA E-EDID 1.3).
+    {"product_id", 0, 65535, 0, &platform_values_t::product_id},
+    {"serial", 0, 4294967295u, 0, &platform_values_t::serial},
+    {"week", 0, 255, 1, &platform_values_t::week},
+    {"year", 1990, 2100, 2012, &platform_values_t::year},
+    // HDMI VSDB CNC0..CNC3 content types.
+    {"CNC0", 0, 2, 0, &platform_values_t::cnc0},
+    {"CNC1", 0, 2, 0, &platform_values_t::cnc1},
+    {"CNC2", 0, 2, 0, &platform_values_t::cnc2},
+    {"CNC3", 0, 2, 0, &platform_values_t::cnc3},
+};
+
+void read_number_keys(platform_values_t *values, std::span<const NumberKey<int32_t>> keys) {
+  for (const auto &k : keys)
+    values->*k.field = get_pc_int(k.key, k.min, k.max, k.default_val, true);
+}
+
+void read_number_keys(platform_values_t *values, std::span<const NumberKey<uint32_t>> keys) {
+  for (const auto &k : keys)
+    values->*k.field = get_pc_uint(k.key, k.min, k.max, k.default_val, true);
+}
+
+// The frame rate families a television's native rate can belong to.
+constexpr int32_t kRate50 = 50;
+constexpr int32_t kRate60 = 60;
+
+// Week of manufacture (VESA E-EDID 1.3, byte 0x10): 1..53, or 255 to mark the
+// year as a model year.
+constexpr uint32_t kLastWeek = 53;
+constexpr uint32_t kModelYearWeek = 255;
+
+// Audio entries audio.entry_a .. audio.entry_z, each one encoded short audio
+// descriptor, in letter order.
+constexpr size_t kAudioPathSize = 128;
+
+// Reads the audio entries into the record's list; false when one could not be stored.
+bool read_audio_entries(platform_values_t *values) {
+  for (char letter = 'a'; letter <= 'z'; ++letter) {
+    char path[kAudioPathSize];
+    snprintf(path, sizeof path, "%saudio.entry_%c", edc::kConfigRoot, letter);
+    int32_t descriptor = 0;
+    if (config_get_int(0, path, &descriptor) != 0) continue;  // letters may be left out
+    if (!append_element("_read_platform_values", &values->audio_list, "int", descriptor))
+      return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+extern "C" {
+
+bool _read_platform_values(platform_values_t *platform_values) {
+  if (platform_values == nullptr) {
+    LOG_ERROR("\"platform_values\" parameter is NULL. platform_values:%p",
+              static_cast<void *>(platform_values));
+    return false;
+  }
+  platform_values_t *values = platform_values;
+
+  // Clamped into 50..60 by the reader; a rate in between is neither family.
+  constexpr char kNativeRateKey[] = "native_refresh_rate";
+  values->native_refresh_rate = get_pc_int(kNativeRateKey, kRate50, kRate60, kRate60, true);
+  if (values->native_refresh_rate != kRate50 && values->native_refresh_rate != kRate60) {
+    LOG_WARNING(
+        "Value in the platform config file for the domain \"%s%s\" is an unrecognized "
+        "value:%d. Valid values: 50,60. Using:%d",
+        edc::kConfigRoot, kNativeRateKey, values->native_refresh_rate, kRate60);
+    values->native_refresh_rate = kRate60;
+  }
+  read_number_keys(values, kSignedKeys);
+  read_number_keys(values, kUnsignedKeys);
+  if (values->week > kLastWeek && values->week != kModelYearWeek) values->week = kLastWeek;
+
+  if (!read_audio_entries(values)) return false;
+
+  // Video mode lists, by the type numbers of _get_platform_list. An empty or
+  // missing list is reported there; composition goes on without it.
+  _get_platform_list(0, &values->video_50_priority);
+  _get_platform_list(2, &values->video_50_additional);
+  _get_platform_list(1, &values->video_60_priority);
+  _get_platform_list(3, &values->video_60_additional);
+
+  _get_4k_x_2k_modes("4k_x_2k_priority_list", values->priority_4k_x_2k);
+  _get_4k_x_2k_modes("4k_x_2k_addition_list", values->addition_4k_x_2k);
+
+  // The record is zeroed, so a default shorter than the field stays terminated.
+  get_pc_str("manufacturer_id", values->manufacturer_id, sizeof values->manufacturer_id, "YYY",
+             true);
+  get_pc_str("monitor_name", values->monitor_name, sizeof values->monitor_name, "", true);
+  get_pc_str("monitor_serial", values->monitor_serial, sizeof values->monitor_serial, "", true);
+
+  _get_est_timing_list("established_timings_1", &values->established_timings_1);
+  _get_est_timing_list("established_timings_2", &values->established_timings_2);
+  _get_est_timing_list("manufacturer_timings", &values->manufacturer_timings);
+
+  _get_std_timing_list(&values->std_timings);
+  return true;
+}
+
+}  // extern "C"
 
 
 // ===========================================================================
