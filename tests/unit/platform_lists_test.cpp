@@ -211,8 +211,9 @@ TEST(ListCallbacks, NullUserPointerIsABug) {
       {"_get_std_timing_callback", _get_std_timing_callback},
   };
   for (const auto &[name, callback] : callbacks) {
+    const platform_list_callback_t fn = callback;
     char value[30] = "16";
-    EXPECT_THAT(Lines([&] { callback("0", "list", 1, value, sizeof value, nullptr); }),
+    EXPECT_THAT(Lines([&] { fn("0", "list", 1, value, sizeof value, nullptr); }),
                 ElementsAre(Bug(name, "user_ptr is NULL"), ""))
         << name;
   }
