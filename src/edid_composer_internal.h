@@ -9,6 +9,14 @@ typedef bool (*platform_list_callback_t)(const char *child_name, const char *lis
                                          void *user_ptr);
 bool _get_generic_platform_list(const char *list_name, bool is_int, void *user_ptr,
                                 platform_list_callback_t callback);
+bool _get_vic_list_callback(const char *child_name, const char *list_name, int32_t value,
+                            char *string_value, uint32_t string_size, void *user_ptr);
+bool _get_4k_x_2k_mode_callback(const char *child_name, const char *list_name, int32_t value,
+                                char *string_value, uint32_t string_size, void *user_ptr);
+bool _get_est_timing_callback(const char *child_name, const char *list_name, int32_t value,
+                              char *string_value, uint32_t string_size, void *user_ptr);
+bool _get_std_timing_callback(const char *child_name, const char *list_name, int32_t value,
+                              char *string_value, uint32_t string_size, void *user_ptr);
 bool _get_platform_list(uint32_t type, ll_list_t *target);
 void _get_4k_x_2k_modes(const char *list_name, uint32_t *target);
 void _get_est_timing_list(const char *list_name, uint32_t *target);

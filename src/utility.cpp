@@ -801,5 +801,72 @@ const char *short_video_timing_string(uint32_t vic) {
 // Platform values record lifecycle
 // ===========================================================================
 
+namespace {
+
+// The record's lists in the order they are initialised and removed, with the
+// element type each holds and the bug reported when it fails.
+struct PlatformList {
+  ll_list_t platform_values_t::*list;
+  const char *type;
+  const char *init_failure;
+  const char *removal_failure;
+};
+constexpr PlatformList kPlatformLists[] = {
+    {&platform_values_t::audio_list, "int", "Failed to initialize the platform values audio_list",
+     "Failed removing platform audio_list"},
+    {&platform_values_t::video_50_priority, "short_video_desc_t",
+     "Failed to initialize the platform values video_50_priority",
+     "Failed removing platform video_50_priority"},
+    {&platform_values_t::video_50_additional, "short_video_desc_t",
+     "Failed to initialize the platform values video_50_additional",
+     "Failed removing platform video_50_additional"},
+    {&platform_values_t::video_60_priority, "short_video_desc_t",
+     "Failed to initialize the platform values video_60_priority",
+     "Failed removing platform video_60_priority"},
+    {&platform_values_t::video_60_additional, "short_video_desc_t",
+     "Failed to initialize the platform values video_60_additional",
+     "Failed removing platform video_60_additional"},
+    {&platform_values_t::std_timings, "std_timing_t",
+     "Failed to initialize the platform values standard timings",
+     "Failed removing platform values standard timings"},
+};
+
+}  // namespace
+
+extern "C" {
+
+bool platform_values_init(platform_values_t *platform_values) {
+  if (platform_values == nullptr) {
+    LOG_ERROR("\"platform_values\" parameter is NULL. platform_values:%p",
+              static_cast<void *>(platform_values));
+    return false;
+  }
+  memset(platform_values, 0, sizeof *platform_values);
+  for (const PlatformList &entry : kPlatformLists) {
+    if (!ll_init(&(platform_values->*entry.list), entry.type)) {
+      LOG_BUG("%s", entry.init_failure);
+      return false;
+    }
+  }
+  return true;
+}
+
+// Only the lists own heap storage; everything else lives in the record.
+bool platform_values_destroy(platform_values_t *platform_values) {
+  if (platform_values == nullptr) {
+    LOG_ERROR("\"platform_values\" parameter is NULL. platform_values:%p",
+              static_cast<void *>(platform_values));
+    return false;
+  }
+  for (const PlatformList &entry : kPlatformLists) {
+    if (!ll_delete_list(&(platform_values->*entry.list))) {
+      LOG_BUG("%s", entry.removal_failure);
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // extern "C"
 
 

@@ -1,0 +1,32 @@
+// Arbitrary text as the platform configuration: reading the platform values
+// from whatever the store accepts must not crash, leak or hang.
+//
+// Each input is first tried under the configuration root's table header, so
+// that bare keys reach the library's readers, then as it stands.
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "config_store.h"
+#include "edid_composer_internal.h"
+#include "utility.h"
+
+namespace {
+
+void ReadPlatformValues() {
+  platform_values_t values;
+  if (!platform_values_init(&values)) __builtin_trap();
+  _read_platform_values(&values);
+  if (!platform_values_destroy(&values)) __builtin_trap();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+  const std::string text(reinterpret_cast<const char *>(data), size);
+  if (config_store_load_string(("[platform.software.drivers.avcap.edid]\n" + text).c_str()) == 0 ||
+      config_store_load_string(text.c_str()) == 0)
+    ReadPlatformValues();
+  config_store_clear();
+  return 0;
+}
