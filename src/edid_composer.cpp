@@ -28,12 +28,6 @@
 // entries: one walker visits the children in the platform's order and hands
 // each value to a callback with the grammar of its kind of list.
 
-// An error reported on behalf of the function named (a shared helper reports
-// under its caller's name, as LOG_WARNING_AS does).
-#ifndef LOG_ERROR_AS
-#define LOG_ERROR_AS(func, ...) diag_line("ERROR", __FILE_NAME__, __LINE__, func, __VA_ARGS__)
-#endif
-
 namespace {
 
 // Buffers of the list walker.
