@@ -971,8 +971,8 @@ uint8_t decode_edid_short_audio(uint8_t b1, int32_t b2, uint8_t b3, short_audio_
     audio->format_value = b3;
   } else if (format == kAudioWmaPro) {
     audio->profile = bit_range(b3, 2, 0);
-  } else {
-    // Audio format code 15: the extension type code in byte 3 bits 7-3.
+  } else if (format == kAudioExtension) {
+    // The extension type code in byte 3 bits 7-3.
     const uint32_t code = bit_range(b3, 7, 3);
     audio->format = code >= 1 && code <= kAudioLastExtensionCode ? kAudioExtensionBase + code : 0;
   }

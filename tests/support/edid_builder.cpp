@@ -3,6 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "capture.h"
 
 namespace edc_test {
 
@@ -128,6 +132,30 @@ Bytes CeaExtension(const CeaFields &f) {
   b.resize(128, 0);
   FixChecksum(b);
   return b;
+}
+
+bool CorpusEntry::IsOdd(const std::string &reason) const {
+  return std::find(odd.begin(), odd.end(), reason) != odd.end();
+}
+
+std::vector<CorpusEntry> ReadCorpusManifest() {
+  std::vector<CorpusEntry> entries;
+  std::ifstream in(CorpusDir() + "/MANIFEST.tsv");
+  std::string line;
+  std::getline(in, line);  // the header
+  while (std::getline(in, line)) {
+    std::vector<std::string> columns;
+    std::stringstream row(line);
+    for (std::string column; std::getline(row, column, '\t');) columns.push_back(column);
+    if (columns.size() < 11) continue;
+    CorpusEntry entry{columns[0], std::stoi(columns[2]), columns[4], {}, columns[7]};
+    std::stringstream reasons(columns[10]);
+    for (std::string reason; std::getline(reasons, reason, ',');)
+      if (reason != "-") entry.odd.push_back(reason);
+    entries.push_back(entry);
+  }
+  EXPECT_GT(entries.size(), 1000u) << "corpus manifest missing or short";
+  return entries;
 }
 
 PreparedEdid::PreparedEdid() {

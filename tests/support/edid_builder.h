@@ -4,6 +4,7 @@
 // when only the change itself should count).
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -91,6 +92,17 @@ struct CeaFields {
   std::vector<Bytes> dtds{};
 };
 Bytes CeaExtension(const CeaFields &fields = {});
+
+// One row of the corpus manifest (tests/corpus/MANIFEST.tsv).
+struct CorpusEntry {
+  std::string file;              // name in tests/corpus/edid/
+  int blocks = 0;
+  std::string edid_class;        // odd, hdmi3d, multi, tv, monitor-cea, base
+  std::vector<std::string> odd;  // reasons for the odd class
+  std::string cea;               // the cea column: "svds=12 dtds=2 ..."
+  bool IsOdd(const std::string &reason) const;
+};
+std::vector<CorpusEntry> ReadCorpusManifest();
 
 // A prepared edid_t, destroyed with the object.
 struct PreparedEdid {
