@@ -45,8 +45,12 @@ void Decode(benchmark::State &state, bool debug) {
   debug_enable(false);
 }
 
-void BM_DecodeTelevisionEdid(benchmark::State &state) { Decode(state, false); }
-void BM_DecodeTelevisionEdidWithTraces(benchmark::State &state) { Decode(state, true); }
+void BM_DecodeTelevisionEdid(benchmark::State &state) {
+  Decode(state, false);
+}
+void BM_DecodeTelevisionEdidWithTraces(benchmark::State &state) {
+  Decode(state, true);
+}
 BENCHMARK(BM_DecodeTelevisionEdid);
 BENCHMARK(BM_DecodeTelevisionEdidWithTraces);
 

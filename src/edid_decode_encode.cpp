@@ -271,7 +271,8 @@ uint64_t read_header(const uint8_t *block) {
 void decode_vendor_product(const uint8_t *block, edid_t *edid) {
   const uint8_t high = block[kManufacturerId];
   const uint8_t low = block[kManufacturerId + 1];
-  const uint32_t codes[3] = {bit_range(high, 6, 2), bit_range(low, 7, 5) | bit_range(high, 1, 0) << 3,
+  const uint32_t codes[3] = {bit_range(high, 6, 2),
+                             bit_range(low, 7, 5) | bit_range(high, 1, 0) << 3,
                              bit_range(low, 4, 0)};
   for (size_t i = 0; i < 3; ++i) edid->manufacturer_id[i] = static_cast<char>(codes[i] + 0x40);
   edid->manufacturer_id[3] = '\0';
@@ -301,8 +302,8 @@ void decode_chromaticity(const uint8_t *block, edid_t *edid) {
   for (unsigned i = 0; i < 8; ++i) {
     const uint8_t low_byte = block[i < 4 ? kChromaLowRedGreen : kChromaLowBlueWhite];
     const unsigned shift = 6 - 2 * (i % 4);  // x then y, red/blue at bits 7-6
-    *coordinates[i] = static_cast<uint32_t>(block[kChromaHigh + i]) << 2 |
-                      bit_range(low_byte, shift + 1, shift);
+    *coordinates[i] =
+        static_cast<uint32_t>(block[kChromaHigh + i]) << 2 | bit_range(low_byte, shift + 1, shift);
   }
 }
 
@@ -457,8 +458,9 @@ uint8_t _decode_edid_dtd(const uint8_t *dtd, edid_t *edid) {
   const uint32_t pixel_clock = read_le16(dtd) * kPixelClockUnitHz;
   if (pixel_clock == 0) return decode_display_descriptor(dtd, edid);
 
-  static constexpr insertion_messages kMessages = {
-      "Failed creating an entry.", "Failed adding entry to the back.", "Failed deleting unused entry."};
+  static constexpr insertion_messages kMessages = {"Failed creating an entry.",
+                                                   "Failed adding entry to the back.",
+                                                   "Failed deleting unused entry."};
   detailed_timing_t *added = nullptr;
   if (!append_element<detailed_timing_t>(&edid->dtd_list, "detailed_timing_t", kMessages, __func__,
                                          [&](detailed_timing_t &timing) {
@@ -580,8 +582,12 @@ enum data_block_tag : uint32_t {
 // payload byte 2 bit 0 xvYCC601, bit 1 xvYCC709.
 constexpr uint8_t kExtendedTagColorimetry = 5;
 
-uint32_t block_tag(uint8_t header) { return bit_range(header, 7, 5); }
-uint32_t block_length(uint8_t header) { return bit_range(header, 4, 0); }
+uint32_t block_tag(uint8_t header) {
+  return bit_range(header, 7, 5);
+}
+uint32_t block_length(uint8_t header) {
+  return bit_range(header, 4, 0);
+}
 
 // Bytes from a data block's header up to a bound (the end of the extension,
 // or of the block itself). Fields that the block announces but that lie
@@ -633,19 +639,42 @@ static_assert(sizeof(edid_t::hdmi_vic) / sizeof(edid_t::hdmi_vic[0]) == kMaxHdmi
 constexpr int32_t kMaxMaskedFormats = 16;
 
 // 3D_Structure_ALL bit i (HDMI 1.4b table 8-19) as a stereo bit.
-constexpr std::array<uint32_t, 16> _3d_struct_all_array = {
-    EDID_STEREO_FP,  EDID_STEREO_FA,  EDID_STEREO_LA, EDID_STEREO_SSF,
-    EDID_STEREO_LD,  EDID_STEREO_LDG, EDID_STEREO_TBH, 0,
-    EDID_STEREO_SSH, 0,               0,               0,
-    0,               0,               0,               EDID_STEREO_SSH};
+constexpr std::array<uint32_t, 16> _3d_struct_all_array = {EDID_STEREO_FP,
+                                                           EDID_STEREO_FA,
+                                                           EDID_STEREO_LA,
+                                                           EDID_STEREO_SSF,
+                                                           EDID_STEREO_LD,
+                                                           EDID_STEREO_LDG,
+                                                           EDID_STEREO_TBH,
+                                                           0,
+                                                           EDID_STEREO_SSH,
+                                                           0,
+                                                           0,
+                                                           0,
+                                                           0,
+                                                           0,
+                                                           0,
+                                                           EDID_STEREO_SSH};
 
 // A per-format 3D_Structure value (HDMI 1.4b table 8-21) as a stereo bit;
 // 0 for the reserved values 7 and 9 to 15. Structure 8 (side-by-side half)
 // is followed by a 3D_Detail byte.
-constexpr std::array<uint32_t, 16> kStereoFor3dStructure = {
-    EDID_STEREO_FP, EDID_STEREO_FA, EDID_STEREO_LA,  EDID_STEREO_SSF, EDID_STEREO_LD, EDID_STEREO_LDG,
-    EDID_STEREO_TBH, 0,             EDID_STEREO_SSH, 0,               0,              0,
-    0,               0,             0,               0};
+constexpr std::array<uint32_t, 16> kStereoFor3dStructure = {EDID_STEREO_FP,
+                                                            EDID_STEREO_FA,
+                                                            EDID_STEREO_LA,
+                                                            EDID_STEREO_SSF,
+                                                            EDID_STEREO_LD,
+                                                            EDID_STEREO_LDG,
+                                                            EDID_STEREO_TBH,
+                                                            0,
+                                                            EDID_STEREO_SSH,
+                                                            0,
+                                                            0,
+                                                            0,
+                                                            0,
+                                                            0,
+                                                            0,
+                                                            0};
 constexpr uint32_t k3dStructureWithDetail = 8;
 
 // Latencies are stored as (ms / 2) + 1, 0 meaning none given.
@@ -712,7 +741,8 @@ void apply_3d_structure_all(uint32_t structure_all, uint32_t mask, edid_t *edid)
       LOG_ERROR_AS(kDecodeVendorBlock, "Failed reading from an linked list. index:%d", i);
       return;
     }
-    if (has_bit(mask, static_cast<unsigned>(i))) static_cast<short_video_desc_t *>(data)->stereo |= stereo;
+    if (has_bit(mask, static_cast<unsigned>(i)))
+      static_cast<short_video_desc_t *>(data)->stereo |= stereo;
   }
 }
 
@@ -1038,15 +1068,17 @@ uint8_t decode_edid_extensions(const uint8_t *edid_extension, uint32_t edid_byte
 
   // The data block collection, bytes 4 to d - 1; an offset below 4 leaves it
   // empty. Each block must end inside it.
-  const int32_t collection = static_cast<int32_t>(dtd_offset) - static_cast<int32_t>(kCeaDataBlocks);
+  const int32_t collection =
+      static_cast<int32_t>(dtd_offset) - static_cast<int32_t>(kCeaDataBlocks);
   for (int32_t i = 0; i < collection;) {
     const size_t at = kCeaDataBlocks + static_cast<size_t>(i);
     const auto length = static_cast<int32_t>(block_length(block[at]));
     if (i + length >= collection) {
-      LOG_ERROR("Malformed EDID: The CEA extension data block specifies a tag with a length whose "
-                "total bytes exceeds the length of the CEA extension's data block. Tag:%d Len:%d "
-                "Current Byte:%d Data Block Len:%d",
-                static_cast<int32_t>(block_tag(block[at])), length, i, collection);
+      LOG_ERROR(
+          "Malformed EDID: The CEA extension data block specifies a tag with a length whose "
+          "total bytes exceeds the length of the CEA extension's data block. Tag:%d Len:%d "
+          "Current Byte:%d Data Block Len:%d",
+          static_cast<int32_t>(block_tag(block[at])), length, i, collection);
       return 0;
     }
     // A block may read on past its end (short audio descriptors, HDMI VICs

@@ -104,8 +104,13 @@ Bytes ExtendedBlock(uint8_t extended_tag, const Bytes &payload) {
 }
 
 Bytes HdmiVsdb(const HdmiVsdbFields &f) {
-  Bytes p = {0x03, 0x0C, 0x00, static_cast<uint8_t>(f.address[0] << 4 | f.address[1]),
-             static_cast<uint8_t>(f.address[2] << 4 | f.address[3]), f.flags, f.tmds_5mhz,
+  Bytes p = {0x03,
+             0x0C,
+             0x00,
+             static_cast<uint8_t>(f.address[0] << 4 | f.address[1]),
+             static_cast<uint8_t>(f.address[2] << 4 | f.address[3]),
+             f.flags,
+             f.tmds_5mhz,
              static_cast<uint8_t>((f.latency ? 0x80 : 0) | (f.interlaced_latency ? 0x40 : 0) |
                                   (f.hdmi_video ? 0x20 : 0) | (f.cnc & 15))};
   for (const auto &pair : {f.latency, f.interlaced_latency})

@@ -95,7 +95,7 @@ Bytes CeaExtension(const CeaFields &fields = {});
 
 // One row of the corpus manifest (tests/corpus/MANIFEST.tsv).
 struct CorpusEntry {
-  std::string file;              // name in tests/corpus/edid/
+  std::string file;  // name in tests/corpus/edid/
   int blocks = 0;
   std::string edid_class;        // odd, hdmi3d, multi, tv, monitor-cea, base
   std::vector<std::string> odd;  // reasons for the odd class

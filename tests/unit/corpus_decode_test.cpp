@@ -27,14 +27,15 @@ TEST(CorpusDecode, EveryEdidDecodesAsItsManifestPredicts) {
     const std::string out = edc_test::CaptureStdout([&] {
       base = decode_edid_block_0(bytes.data(), &record.edid);
       if (entry.blocks > 1)
-        extension = decode_edid_extensions(bytes.data() + 128, static_cast<uint32_t>(bytes.size() - 128),
-                                           &record.edid);
+        extension = decode_edid_extensions(bytes.data() + 128,
+                                           static_cast<uint32_t>(bytes.size() - 128), &record.edid);
     });
     const bool base_ok = std::none_of(std::begin(kBaseFailures), std::end(kBaseFailures),
                                       [&](const char *r) { return entry.IsOdd(r); });
-    const bool extension_ok = entry.blocks > 1 && std::none_of(std::begin(kExtensionFailures),
-                                                               std::end(kExtensionFailures),
-                                                               [&](const char *r) { return entry.IsOdd(r); });
+    const bool extension_ok =
+        entry.blocks > 1 &&
+        std::none_of(std::begin(kExtensionFailures), std::end(kExtensionFailures),
+                     [&](const char *r) { return entry.IsOdd(r); });
     EXPECT_EQ(base, base_ok ? 1 : 0) << entry.file;
     EXPECT_EQ(extension, extension_ok ? 1 : 0) << entry.file;
     EXPECT_EQ(out.find(" BUG: "), std::string::npos) << entry.file;

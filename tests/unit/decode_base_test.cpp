@@ -48,8 +48,8 @@ TEST(DecodeBaseBlock, PlacesEveryFieldByTheByteLayout) {
   EXPECT_EQ(std::tuple(e.standby, e.suspend, e.active_off, e.standard_colorspace,
                        e.preferred_timing, e.gtf),
             std::tuple(1, 1, 1, 1, 1, 1));
-  EXPECT_EQ(std::vector<uint32_t>({e.red_x, e.red_y, e.green_x, e.green_y, e.blue_x, e.blue_y,
-                                   e.white_x, e.white_y}),
+  EXPECT_EQ(std::vector<uint32_t>(
+                {e.red_x, e.red_y, e.green_x, e.green_y, e.blue_x, e.blue_y, e.white_x, e.white_y}),
             std::vector<uint32_t>({0x283, 0x152, 0x131, 0x268, 0x098, 0x03D, 0x142, 0x153}));
   EXPECT_EQ(std::tuple(e.established_timings_1, e.established_timings_2, e.manufacturer_timings),
             std::tuple(0x21u, 0x08u, 0x80u));
@@ -67,13 +67,25 @@ TEST(DecodeBaseBlock, StopsAtTheFirstFailedCheckKeepingWhatWasFilled) {
     uint8_t valid;
     const char *manufacturer;
   } cases[] = {
-      {"header", [](Bytes &b) { b[7] = 1; edc_test::FixChecksum(b); },
+      {"header",
+       [](Bytes &b) {
+         b[7] = 1;
+         edc_test::FixChecksum(b);
+       },
        "Failed verifying the header. Expected:  ffffffffffff00 Received: 1ffffffffffff00", 0, ""},
-      {"checksum", [](Bytes &b) { b[127] ^= 0x10; },
-       "", 1, ""},  // the message is filled in below
-      {"1.2", [](Bytes &b) { b[19] = 2; edc_test::FixChecksum(b); },
+      {"checksum", [](Bytes &b) { b[127] ^= 0x10; }, "", 1, ""},  // the message is filled in below
+      {"1.2",
+       [](Bytes &b) {
+         b[19] = 2;
+         edc_test::FixChecksum(b);
+       },
        "Failed EDID Version/Revision check. Expected:1.3 Recieved:1.2", 1, "SAM"},
-      {"2.0", [](Bytes &b) { b[18] = 2; b[19] = 0; edc_test::FixChecksum(b); },
+      {"2.0",
+       [](Bytes &b) {
+         b[18] = 2;
+         b[19] = 0;
+         edc_test::FixChecksum(b);
+       },
        "Failed EDID Version/Revision check. Expected:1.3 Recieved:2.0", 1, "SAM"},
   };
   char checksum[64];
@@ -96,8 +108,9 @@ TEST(DecodeBaseBlock, StopsAtTheFirstFailedCheckKeepingWhatWasFilled) {
 
 TEST(DecodeBaseBlock, RefusesNullArgumentsAndUnpreparedLists) {
   const Bytes block = BaseBlock();
-  EXPECT_THAT(Lines([&] { decode_edid_block_0(nullptr, nullptr); }),
-              ElementsAre(Error("decode_edid_block_0", "Function called with edid_block set to NULL.")));
+  EXPECT_THAT(
+      Lines([&] { decode_edid_block_0(nullptr, nullptr); }),
+      ElementsAre(Error("decode_edid_block_0", "Function called with edid_block set to NULL.")));
   EXPECT_THAT(Lines([&] { decode_edid_block_0(block.data(), nullptr); }),
               ElementsAre(Error("decode_edid_block_0", "Function called with edid set to NULL.")));
   const std::pair<ll_list_t edid_t::*, const char *> lists[] = {
@@ -109,8 +122,9 @@ TEST(DecodeBaseBlock, RefusesNullArgumentsAndUnpreparedLists) {
     PreparedEdid r;
     const ll_list_t saved = r.edid.*list;
     (r.edid.*list).magic = 0;
-    EXPECT_THAT(Lines([&] { EXPECT_EQ(decode_edid_block_0(block.data(), &r.edid), 0); }),
-                ElementsAre(Error("decode_edid_block_0", std::string(name) + ": List not initialized.")));
+    EXPECT_THAT(
+        Lines([&] { EXPECT_EQ(decode_edid_block_0(block.data(), &r.edid), 0); }),
+        ElementsAre(Error("decode_edid_block_0", std::string(name) + ": List not initialized.")));
     EXPECT_EQ(r.edid.valid, 0);
     r.edid.*list = saved;
   }
@@ -124,7 +138,8 @@ TEST(DecodeBaseBlock, AnalogInputOnlyWarnsAndDecodingTwiceDoublesTheLists) {
   const Bytes block = BaseBlock(f);
   PreparedEdid r;
   EXPECT_THAT(Lines([&] { EXPECT_EQ(decode_edid_block_0(block.data(), &r.edid), 1); }),
-              ElementsAre(Warning("decode_edid_block_0", "EDID inappropriately set to analog. Continuing.")));
+              ElementsAre(Warning("decode_edid_block_0",
+                                  "EDID inappropriately set to analog. Continuing.")));
   EXPECT_EQ(r.edid.h_size_cm, 160);
   Lines([&] { decode_edid_block_0(block.data(), &r.edid); });
   EXPECT_EQ(ll_size(&r.edid.std_timings), 2);
@@ -133,26 +148,43 @@ TEST(DecodeBaseBlock, AnalogInputOnlyWarnsAndDecodingTwiceDoublesTheLists) {
 
 TEST(StandardTiming, WidthAspectAndRateFromTheTwoBytesAndOnlyOneOneIsSkipped) {
   BaseFields f;
-  f.standard_timings = {{{0xD1, 0xC0}, {0x01, 0x01}, {0x81, 0x80}, {0x61, 0x4F}, {0x00, 0x00},
-                         {0x01, 0x00}, {0xFF, 0x3F}, {0x01, 0x01}}};
+  f.standard_timings = {{{0xD1, 0xC0},
+                         {0x01, 0x01},
+                         {0x81, 0x80},
+                         {0x61, 0x4F},
+                         {0x00, 0x00},
+                         {0x01, 0x00},
+                         {0xFF, 0x3F},
+                         {0x01, 0x01}}};
   const Bytes block = BaseBlock(f);
   PreparedEdid r;
   ASSERT_EQ(decode_edid_block_0(block.data(), &r.edid), 1);
   std::vector<std::tuple<uint32_t, uint32_t, uint32_t>> got;
   for (const auto &t : Elements<std_timing_t>(&r.edid.std_timings))
     got.emplace_back(t.h_active, t.aspect_ratio, t.refresh_rate);
-  EXPECT_THAT(got, ElementsAre(std::tuple(1920, 3, 60), std::tuple(1280, 2, 60),
-                               std::tuple(1024, 1, 75), std::tuple(248, 0, 60),
-                               std::tuple(256, 0, 60), std::tuple(2288, 0, 123)));
+  EXPECT_THAT(
+      got, ElementsAre(std::tuple(1920, 3, 60), std::tuple(1280, 2, 60), std::tuple(1024, 1, 75),
+                       std::tuple(248, 0, 60), std::tuple(256, 0, 60), std::tuple(2288, 0, 123)));
 }
 
 TEST(DetailedTiming, DecodesEveryFieldIncludingTheHighBits) {
-  const Bytes dtd = edc_test::Dtd({.pixel_clock_hz = 297000000, .h_active = 3840, .h_blanking = 560,
-                                   .v_active = 2160, .v_blanking = 90, .h_sync_offset = 1000,
-                                   .h_sync_width = 600, .v_sync_offset = 40, .v_sync_width = 50,
-                                   .h_image_mm = 1872, .v_image_mm = 1053, .h_border = 3,
-                                   .v_border = 2, .interlaced = true, .h_sync_positive = true,
-                                   .v_sync_positive = false, .stereo = 2});
+  const Bytes dtd = edc_test::Dtd({.pixel_clock_hz = 297000000,
+                                   .h_active = 3840,
+                                   .h_blanking = 560,
+                                   .v_active = 2160,
+                                   .v_blanking = 90,
+                                   .h_sync_offset = 1000,
+                                   .h_sync_width = 600,
+                                   .v_sync_offset = 40,
+                                   .v_sync_width = 50,
+                                   .h_image_mm = 1872,
+                                   .v_image_mm = 1053,
+                                   .h_border = 3,
+                                   .v_border = 2,
+                                   .interlaced = true,
+                                   .h_sync_positive = true,
+                                   .v_sync_positive = false,
+                                   .stereo = 2});
   PreparedEdid r;
   ASSERT_EQ(_decode_edid_dtd(dtd.data(), &r.edid), 1);
   const auto t = Elements<detailed_timing_t>(&r.edid.dtd_list).at(0);
@@ -176,7 +208,8 @@ TEST(DetailedTiming, TracesNonDigitalSyncAndEachAddedTiming) {
                 _decode_edid_dtd(analog.data(), &r.edid);
               }),
               ElementsAre(Trace("_decode_edid_dtd", "Added DTD: WxH=1920x1080p pixel:148500000"),
-                          Trace("_decode_edid_dtd", "Detailed timing is not set to digital. Val:0x1 Continuing."),
+                          Trace("_decode_edid_dtd",
+                                "Detailed timing is not set to digital. Val:0x1 Continuing."),
                           Trace("_decode_edid_dtd", "Added DTD: WxH=1920x1080i pixel:148500000")));
 }
 
@@ -188,15 +221,19 @@ TEST(DisplayDescriptor, FillsTextAndWarnsOnTheTagsItIgnores) {
       {edc_test::TextDescriptor(0xFC, "TV1"), {}},
       {edc_test::TextDescriptor(0xFF, "1234567890ABC"), {}},
       {edc_test::TextDescriptor(0xFE, "a\nb"), {}},
-      {edc_test::DisplayDescriptor(0xFB), {Warning("_decode_edid_dtd", "Additional monitor color point specified. Ignoring.")}},
-      {edc_test::DisplayDescriptor(0xFA), {Warning("_decode_edid_dtd", "Additional standard timings specified. Ignoring.")}},
-      {edc_test::DisplayDescriptor(0xF7), {Warning("_decode_edid_dtd", "Unknown data tag within DTD timing. Ignoring. tag=0xf7")}},
+      {edc_test::DisplayDescriptor(0xFB),
+       {Warning("_decode_edid_dtd", "Additional monitor color point specified. Ignoring.")}},
+      {edc_test::DisplayDescriptor(0xFA),
+       {Warning("_decode_edid_dtd", "Additional standard timings specified. Ignoring.")}},
+      {edc_test::DisplayDescriptor(0xF7),
+       {Warning("_decode_edid_dtd", "Unknown data tag within DTD timing. Ignoring. tag=0xf7")}},
       {edc_test::DisplayDescriptor(0x10), {}},
       {edc_test::DisplayDescriptor(0x00), {}},
   };
   PreparedEdid r;
   for (const auto &c : cases)
-    EXPECT_EQ(Lines([&] { EXPECT_EQ(_decode_edid_dtd(c.descriptor.data(), &r.edid), 1); }), c.lines);
+    EXPECT_EQ(Lines([&] { EXPECT_EQ(_decode_edid_dtd(c.descriptor.data(), &r.edid), 1); }),
+              c.lines);
   EXPECT_STREQ(r.edid.monitor_name, "TV1");
   EXPECT_EQ(r.edid.monitor_name[4], ' ');  // the padding after the end stays
   EXPECT_STREQ(r.edid.monitor_serial, "1234567890ABC");
@@ -212,13 +249,16 @@ TEST(DisplayDescriptor, NonZeroByteTwoOrFourFailsTheBlockNumberedFromZero) {
   f.descriptors[2][4] = 0x0A;
   const Bytes block = BaseBlock(f);
   PreparedEdid r;
-  EXPECT_THAT(Lines([&] { EXPECT_EQ(decode_edid_block_0(block.data(), &r.edid), 0); }),
-              ElementsAre(Error("_decode_edid_dtd",
-                                "Malformed DTD: The DTD's pixel clock is 0 indicating that the byte 0x2 and byte 0x4 "
-                                "should be zero, but they are not. Byte2:0x00 Byte4:0x0A"),
-                          Error("decode_edid_block_0",
-                                "Failed decoding #2 DTD. 0x0 0x0 0x0 0xfc 0xa 0x58 0xa 0x20 0x20 0x20 0x20 "
-                                "0x20 0x20 0x20 0x20 0x20 0x20 0x20")));
+  EXPECT_THAT(
+      Lines([&] { EXPECT_EQ(decode_edid_block_0(block.data(), &r.edid), 0); }),
+      ElementsAre(
+          Error(
+              "_decode_edid_dtd",
+              "Malformed DTD: The DTD's pixel clock is 0 indicating that the byte 0x2 and byte 0x4 "
+              "should be zero, but they are not. Byte2:0x00 Byte4:0x0A"),
+          Error("decode_edid_block_0",
+                "Failed decoding #2 DTD. 0x0 0x0 0x0 0xfc 0xa 0x58 0xa 0x20 0x20 0x20 0x20 "
+                "0x20 0x20 0x20 0x20 0x20 0x20 0x20")));
   EXPECT_STREQ(r.edid.monitor_name, "TV");
   EXPECT_EQ(ll_size(&r.edid.dtd_list), 1);
   EXPECT_EQ(r.edid.num_extensions, 0);

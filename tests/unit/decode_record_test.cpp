@@ -60,9 +60,9 @@ TEST(EdidDestroy, RefusesAtTheFirstUninitialisedListAndDeletesNothing) {
 TEST(EdidDestroy, ReleasesTheEntriesOnceAndAllowsANewPrepare) {
   edid_t edid;
   memset(&edid, 0, sizeof edid);
-  EXPECT_THAT(Lines([&] { EXPECT_EQ(edid_destroy(&edid), 0); }),
-              ElementsAre(Error("edid_destroy",
-                                "List is not initialized. List:standard_timing_list.")));
+  EXPECT_THAT(
+      Lines([&] { EXPECT_EQ(edid_destroy(&edid), 0); }),
+      ElementsAre(Error("edid_destroy", "List is not initialized. List:standard_timing_list.")));
   ASSERT_EQ(edid_prepare(&edid), 1);
   edc_test::BaseFields fields;
   fields.standard_timings[0] = {0xD1, 0xC0};
@@ -71,9 +71,9 @@ TEST(EdidDestroy, ReleasesTheEntriesOnceAndAllowsANewPrepare) {
   edid.product_id = 77;
   EXPECT_THAT(Lines([&] { EXPECT_EQ(edid_destroy(&edid), 1); }), IsEmpty());
   EXPECT_EQ(edid.product_id, 77u);  // other fields stay as they were
-  EXPECT_THAT(Lines([&] { EXPECT_EQ(edid_destroy(&edid), 0); }),
-              ElementsAre(Error("edid_destroy",
-                                "List is not initialized. List:standard_timing_list.")));
+  EXPECT_THAT(
+      Lines([&] { EXPECT_EQ(edid_destroy(&edid), 0); }),
+      ElementsAre(Error("edid_destroy", "List is not initialized. List:standard_timing_list.")));
   ASSERT_EQ(edid_prepare(&edid), 1);
   EXPECT_EQ(decode_edid_block_0(block.data(), &edid), 1);
   EXPECT_EQ(ll_size(&edid.std_timings), 1);

@@ -33,16 +33,28 @@ std::string RunCommand(const std::string &command) {
 std::string Dtd(uint32_t w, uint32_t h, bool interlaced, uint32_t khz, uint32_t hfront,
                 uint32_t hsync, uint32_t hblank, uint32_t vfront, uint32_t vsync, uint32_t vblank) {
   char text[128];
-  snprintf(text, sizeof text, "dtd=%ux%u%s %ukHz h:%u,%u,%u v:%u,%u,%u", w, h, interlaced ? "i" : "",
-           khz, hfront, hsync, hblank, vfront, vsync, vblank);
+  snprintf(text, sizeof text, "dtd=%ux%u%s %ukHz h:%u,%u,%u v:%u,%u,%u", w, h,
+           interlaced ? "i" : "", khz, hfront, hsync, hblank, vfront, vsync, vblank);
   return text;
 }
 
-const std::map<std::string, uint32_t> kAudioNames = {
-    {"Linear PCM", 1}, {"AC-3", 2}, {"MPEG 1 (Layers 1 & 2)", 3}, {"MPEG 1 Layer 3 (MP3)", 4},
-    {"MPEG2 (multichannel)", 5}, {"AAC LC", 6}, {"DTS", 7}, {"ATRAC", 8}, {"One Bit Audio", 9},
-    {"Enhanced AC-3 (DD+)", 10}, {"DTS-HD", 11}, {"MAT (MLP)", 12}, {"DST", 13}, {"WMA Pro", 14},
-    {"HE AAC (Obsolete)", 16}, {"HE AAC v2 (Obsolete)", 17}, {"MPEG Surround (Obsolete)", 18}};
+const std::map<std::string, uint32_t> kAudioNames = {{"Linear PCM", 1},
+                                                     {"AC-3", 2},
+                                                     {"MPEG 1 (Layers 1 & 2)", 3},
+                                                     {"MPEG 1 Layer 3 (MP3)", 4},
+                                                     {"MPEG2 (multichannel)", 5},
+                                                     {"AAC LC", 6},
+                                                     {"DTS", 7},
+                                                     {"ATRAC", 8},
+                                                     {"One Bit Audio", 9},
+                                                     {"Enhanced AC-3 (DD+)", 10},
+                                                     {"DTS-HD", 11},
+                                                     {"MAT (MLP)", 12},
+                                                     {"DST", 13},
+                                                     {"WMA Pro", 14},
+                                                     {"HE AAC (Obsolete)", 16},
+                                                     {"HE AAC v2 (Obsolete)", 17},
+                                                     {"MPEG Surround (Obsolete)", 18}};
 // Speaker allocation names by byte and bit (CTA-861-G table 62).
 const char *const kSpeakers[3][8] = {
     {"FL/FR", "LFE1", "FC", "BL/BR", "BC", "FLc/FRc", "RLC/RRC", "FLw/FRw"},
@@ -67,7 +79,9 @@ View ParsePeer(const std::string &text) {
   std::string section;
   uint8_t speaker[3] = {};
   bool audio_extension = false, in_audio = false;
-  auto after = [](const std::string &line, size_t at) { return line.size() > at ? line.substr(at) : ""; };
+  auto after = [](const std::string &line, size_t at) {
+    return line.size() > at ? line.substr(at) : "";
+  };
   std::smatch m;
   std::istringstream in(text);
   for (std::string line; std::getline(in, line);) {
@@ -94,9 +108,9 @@ View ParsePeer(const std::string &text) {
       const int v_border = std::regex_search(vl, vb, border) ? std::stoi(vb[1]) : 0;
       auto n = [](const std::ssub_match &s) { return static_cast<uint32_t>(std::stoi(s)); };
       (block == 0 ? v.base_dtds : v.extension_dtds)
-          .push_back(Dtd(n(m[1]), n(m[2]) / (interlaced ? 2 : 1), interlaced, khz, n(hm[1]), n(hm[2]),
-                         n(hm[1]) + n(hm[2]) + n(hm[3]) + 2 * h_border, n(vm[1]), n(vm[2]),
-                         n(vm[1]) + n(vm[2]) + n(vm[3]) + 2 * v_border));
+          .push_back(Dtd(n(m[1]), n(m[2]) / (interlaced ? 2 : 1), interlaced, khz, n(hm[1]),
+                         n(hm[2]), n(hm[1]) + n(hm[2]) + n(hm[3]) + 2 * h_border, n(vm[1]),
+                         n(vm[2]), n(vm[1]) + n(vm[2]) + n(vm[3]) + 2 * v_border));
     } else if (line.rfind("    Manufacturer: ", 0) == 0) {
       out.push_back("manufacturer=" + line.substr(18));
     } else if (line.rfind("    Model: ", 0) == 0) {
@@ -108,7 +122,8 @@ View ParsePeer(const std::string &text) {
       // as bit 7 native and the VIC in bits 6-0, as CEA-861-D defines them.
       const int code = std::stoi(m[1].matched ? m[1] : m[3]);
       const bool native = m[2].matched || code >= 193;
-      out.push_back("svd=" + std::to_string(code >= 193 ? code - 128 : code) + (native ? " native" : ""));
+      out.push_back("svd=" + std::to_string(code >= 193 ? code - 128 : code) +
+                    (native ? " native" : ""));
     } else if (section == "Audio Data Block:" && line.size() > 5 && line[4] != ' ') {
       const std::string name = line.substr(4, line.size() - 4 - (line.back() == ':'));
       in_audio = name != "Reserved (0x00)";  // format code 0 is not kept: see ListOurs
@@ -123,7 +138,7 @@ View ParsePeer(const std::string &text) {
       if (line.rfind("      Supported sample rates (kHz): ", 0) == 0) {
         uint32_t mask = 0;
         std::istringstream rates(after(line, 36));
-        const std::map<std::string, int> bit = {{"32", 0}, {"44.1", 1}, {"48", 2}, {"88.2", 3},
+        const std::map<std::string, int> bit = {{"32", 0}, {"44.1", 1},  {"48", 2}, {"88.2", 3},
                                                 {"96", 4}, {"176.4", 5}, {"192", 6}};
         for (std::string r; rates >> r;) mask |= 1u << bit.at(r);
         out.push_back("rates=" + std::to_string(mask));
@@ -145,12 +160,14 @@ View ParsePeer(const std::string &text) {
         for (int bit = 0; bit < 8; ++bit)
           if (name == kSpeakers[byte][bit]) speaker[byte] |= static_cast<uint8_t>(1 << bit);
     } else if (section.rfind("Vendor-Specific Data Block (HDMI)", 0) == 0) {
-      if (line.rfind("    Source physical address: ", 0) == 0) out.push_back("address=" + line.substr(29));
+      if (line.rfind("    Source physical address: ", 0) == 0)
+        out.push_back("address=" + line.substr(29));
       if (line.rfind("    DC_", 0) == 0) out.push_back("dc=" + line.substr(7));
       // A clock byte of 0 means none given; the record holds 0 and prints nothing.
       if (line.rfind("    Maximum TMDS clock: ", 0) == 0 && line != "    Maximum TMDS clock: 0 MHz")
         out.push_back("tmds=" + std::to_string(std::stoi(line.substr(24))));
-      if (std::regex_search(line, m, hdmi_vic)) out.push_back("hdmi_vic=" + std::string(m[1].matched ? m[1] : m[2]));
+      if (std::regex_search(line, m, hdmi_vic))
+        out.push_back("hdmi_vic=" + std::string(m[1].matched ? m[1] : m[2]));
     }
   }
   if (speaker[0] + speaker[1] + speaker[2] != 0) v.extension.push_back(Hex3(speaker));
@@ -162,18 +179,21 @@ View ParsePeer(const std::string &text) {
 View ListOurs(edid_t &e, int32_t base_dtds) {
   View v;
   v.base = {"version=" + std::to_string(e.version) + "." + std::to_string(e.revision),
-            std::string("manufacturer=") + e.manufacturer_id, "product=" + std::to_string(e.product_id)};
+            std::string("manufacturer=") + e.manufacturer_id,
+            "product=" + std::to_string(e.product_id)};
   if (e.serial != 0) v.base.push_back("serial=" + std::to_string(e.serial));
   int32_t index = 0;
   for (const auto &t : edc_test::Elements<detailed_timing_t>(&e.dtd_list))
     (index++ < base_dtds ? v.base_dtds : v.extension_dtds)
-        .push_back(Dtd(t.h_active, t.v_active, !t.progressive, t.pixel_clock / 1000, t.h_sync_offset,
-                       t.h_sync_width, t.h_blanking, t.v_sync_offset, t.v_sync_width, t.v_blanking));
+        .push_back(Dtd(t.h_active, t.v_active, !t.progressive, t.pixel_clock / 1000,
+                       t.h_sync_offset, t.h_sync_width, t.h_blanking, t.v_sync_offset,
+                       t.v_sync_width, t.v_blanking));
   auto &x = v.extension;
   // Byte 0 is reserved: the peer prints nothing for it, this library keeps
   // an entry with VIC 0 (for which the composer finds no timing).
   for (const auto &svd : edc_test::Elements<short_video_desc_t>(&e.video_list))
-    if (svd.vic != 0 || svd.native) x.push_back("svd=" + std::to_string(svd.vic) + (svd.native ? " native" : ""));
+    if (svd.vic != 0 || svd.native)
+      x.push_back("svd=" + std::to_string(svd.vic) + (svd.native ? " native" : ""));
   for (const auto &a : edc_test::Elements<short_audio_desc_t>(&e.audio_list)) {
     x.push_back("sad=" + std::to_string(a.format));
     if (a.format == 0 || a.format > 14) continue;  // extension types: the format only
@@ -182,28 +202,33 @@ View ListOurs(edid_t &e, int32_t base_dtds) {
     if (a.format == 1 && a.bit_depths != 0) x.push_back("sizes=" + std::to_string(a.bit_depths));
     if (a.format >= 2 && a.format <= 8) x.push_back("bitrate=" + std::to_string(a.max_bitrate));
     // Formats 10 (E-AC-3) and 12 (MAT) keep the byte; the peer prints its bits' meanings.
-    if (a.format == 9 || a.format == 11 || a.format == 13) x.push_back("value=" + std::to_string(a.format_value));
+    if (a.format == 9 || a.format == 11 || a.format == 13)
+      x.push_back("value=" + std::to_string(a.format_value));
     if (a.format == 14) x.push_back("profile=" + std::to_string(a.profile));
   }
   // Bits 7-5 of the third speaker byte are reserved; the peer names none of them.
-  const uint8_t speaker[3] = {e.speaker[0], e.speaker[1], static_cast<uint8_t>(e.speaker[2] & 0x1F)};
+  const uint8_t speaker[3] = {e.speaker[0], e.speaker[1],
+                              static_cast<uint8_t>(e.speaker[2] & 0x1F)};
   if (speaker[0] + speaker[1] + speaker[2] != 0) x.push_back(Hex3(speaker));
   if (e.hdmi_vsdb_present) {
     char address[32];
-    snprintf(address, sizeof address, "address=%u.%u.%u.%u", e.address.a, e.address.b, e.address.c, e.address.d);
+    snprintf(address, sizeof address, "address=%u.%u.%u.%u", e.address.a, e.address.b, e.address.c,
+             e.address.d);
     x.push_back(address);
     const std::pair<uint8_t, const char *> dc[] = {
         {e.dc_48bit, "48bit"}, {e.dc_36bit, "36bit"}, {e.dc_30bit, "30bit"}, {e.dc_y444, "Y444"}};
     for (const auto &[flag, name] : dc)
       if (flag) x.push_back(std::string("dc=") + name);
     if (e.max_tmds_clock) x.push_back("tmds=" + std::to_string(e.max_tmds_clock));
-    for (int i = 0; i < e.hdmi_vic_len; ++i) x.push_back("hdmi_vic=" + std::to_string(e.hdmi_vic[i]));
+    for (int i = 0; i < e.hdmi_vic_len; ++i)
+      x.push_back("hdmi_vic=" + std::to_string(e.hdmi_vic[i]));
   }
   return v;
 }
 
 // The lines of one field (those starting with one of the prefixes), in order.
-std::vector<std::string> Field(const std::vector<std::string> &lines, const std::vector<const char *> &prefixes) {
+std::vector<std::string> Field(const std::vector<std::string> &lines,
+                               const std::vector<const char *> &prefixes) {
   std::vector<std::string> out;
   for (const auto &line : lines)
     for (const char *p : prefixes)
@@ -229,7 +254,8 @@ TEST(PeerDecoder, AgreesWithEdidDecodeOnTheFieldsBothDefine) {
       base = decode_edid_block_0(bytes.data(), &record.edid);
       base_dtds = ll_size(&record.edid.dtd_list);
       if (entry.blocks > 1)
-        extension = decode_edid_extensions(bytes.data() + 128, static_cast<uint32_t>(bytes.size() - 128), &record.edid);
+        extension = decode_edid_extensions(bytes.data() + 128,
+                                           static_cast<uint32_t>(bytes.size() - 128), &record.edid);
     });
     if (!base) {  // version 2.0 or a malformed descriptor: nothing after it is ours
       ++skipped["base block refused"];
@@ -240,7 +266,8 @@ TEST(PeerDecoder, AgreesWithEdidDecodeOnTheFieldsBothDefine) {
     EXPECT_EQ(ours.base, peer.base) << entry.file;
     EXPECT_EQ(ours.base_dtds, peer.base_dtds) << entry.file;
     if (!extension) {
-      ++skipped[entry.blocks > 1 ? "extension refused (compared the base block only)" : "base block only"];
+      ++skipped[entry.blocks > 1 ? "extension refused (compared the base block only)"
+                                 : "base block only"];
       continue;
     }
     // Extension timings: the peer stops at the first slot that holds no
@@ -260,8 +287,10 @@ TEST(PeerDecoder, AgreesWithEdidDecodeOnTheFieldsBothDefine) {
     }
     const std::pair<std::vector<const char *>, std::vector<const char *>> fields[] = {
         {{"svd"}, {}},
-        // A block whose length is not a multiple of 3 takes its last descriptor from the next bytes.
-        {{"sad", "channels", "rates", "sizes", "bitrate", "value", "profile"}, {"audio_len_not_3n"}},
+        // A block whose length is not a multiple of 3 takes its last descriptor from the next
+        // bytes.
+        {{"sad", "channels", "rates", "sizes", "bitrate", "value", "profile"},
+         {"audio_len_not_3n"}},
         // Only a block of exactly three bytes is kept.
         {{"speaker"}, {"speaker_len_not_3"}},
         // A second HDMI block overwrites only the fields it carries; a short one is refused.
@@ -276,7 +305,8 @@ TEST(PeerDecoder, AgreesWithEdidDecodeOnTheFieldsBothDefine) {
         ++skipped[std::string(prefixes[0]) + " skipped: " + *exception];
         continue;
       }
-      EXPECT_EQ(Field(ours.extension, prefixes), Field(peer.extension, prefixes)) << entry.file << " " << prefixes[0];
+      EXPECT_EQ(Field(ours.extension, prefixes), Field(peer.extension, prefixes))
+          << entry.file << " " << prefixes[0];
     }
   }
   for (const auto &[reason, count] : skipped) printf("skipped %4d: %s\n", count, reason.c_str());
