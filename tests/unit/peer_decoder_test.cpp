@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <map>
@@ -38,23 +39,26 @@ std::string Dtd(uint32_t w, uint32_t h, bool interlaced, uint32_t khz, uint32_t 
   return text;
 }
 
-const std::map<std::string, uint32_t> kAudioNames = {{"Linear PCM", 1},
-                                                     {"AC-3", 2},
-                                                     {"MPEG 1 (Layers 1 & 2)", 3},
-                                                     {"MPEG 1 Layer 3 (MP3)", 4},
-                                                     {"MPEG2 (multichannel)", 5},
-                                                     {"AAC LC", 6},
-                                                     {"DTS", 7},
-                                                     {"ATRAC", 8},
-                                                     {"One Bit Audio", 9},
-                                                     {"Enhanced AC-3 (DD+)", 10},
-                                                     {"DTS-HD", 11},
-                                                     {"MAT (MLP)", 12},
-                                                     {"DST", 13},
-                                                     {"WMA Pro", 14},
-                                                     {"HE AAC (Obsolete)", 16},
-                                                     {"HE AAC v2 (Obsolete)", 17},
-                                                     {"MPEG Surround (Obsolete)", 18}};
+// The peer's names of the audio formats, by the code this library stores.
+const char *const kAudioFormats[] = {"",
+                                     "Linear PCM",
+                                     "AC-3",
+                                     "MPEG 1 (Layers 1 & 2)",
+                                     "MPEG 1 Layer 3 (MP3)",
+                                     "MPEG2 (multichannel)",
+                                     "AAC LC",
+                                     "DTS",
+                                     "ATRAC",
+                                     "One Bit Audio",
+                                     "Enhanced AC-3 (DD+)",
+                                     "DTS-HD",
+                                     "MAT (MLP)",
+                                     "DST",
+                                     "WMA Pro",
+                                     "",
+                                     "HE AAC (Obsolete)",
+                                     "HE AAC v2 (Obsolete)",
+                                     "MPEG Surround (Obsolete)"};
 // Speaker allocation names by byte and bit (CTA-861-G table 62).
 const char *const kSpeakers[3][8] = {
     {"FL/FR", "LFE1", "FC", "BL/BR", "BC", "FLc/FRc", "RLC/RRC", "FLw/FRw"},
@@ -128,12 +132,12 @@ View ParsePeer(const std::string &text) {
       const std::string name = line.substr(4, line.size() - 4 - (line.back() == ':'));
       in_audio = name != "Reserved (0x00)";  // format code 0 is not kept: see ListOurs
       if (!in_audio) continue;
-      const auto known = kAudioNames.find(name);
-      const uint32_t format = known != kAudioNames.end() ? known->second : 0;
+      const auto known = std::find(std::begin(kAudioFormats), std::end(kAudioFormats), name);
+      // Any other extension type is kept as format 0.
+      const auto format = known != std::end(kAudioFormats) ? known - std::begin(kAudioFormats) : 0;
       audio_extension = format == 0 || format > 14;
       out.push_back("sad=" + std::to_string(format));
     } else if (section == "Audio Data Block:" && in_audio && !audio_extension) {
-      std::smatch a;
       if (line.rfind("      Max channels: ", 0) == 0) out.push_back("channels=" + line.substr(20));
       if (line.rfind("      Supported sample rates (kHz): ", 0) == 0) {
         uint32_t mask = 0;
