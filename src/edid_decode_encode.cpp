@@ -729,8 +729,9 @@ size_t decode_hdmi_presence_and_latency(byte_view block, uint32_t length, edid_t
 }
 
 // 3D_Structure_ALL and 3D_MASK: the structures given for all of the first 16
-// video formats that the mask selects.
-void apply_3d_structure_all(uint32_t structure_all, uint32_t mask, edid_t *edid) {
+// video formats that the mask selects. False when the video list failed,
+// which ends the 3D fields.
+bool apply_3d_structure_all(uint32_t structure_all, uint32_t mask, edid_t *edid) {
   uint32_t stereo = 0;
   for (unsigned bit = 0; bit < _3d_struct_all_array.size(); ++bit)
     if (has_bit(structure_all, bit)) stereo |= _3d_struct_all_array[bit];
@@ -739,11 +740,12 @@ void apply_3d_structure_all(uint32_t structure_all, uint32_t mask, edid_t *edid)
     void *data = nullptr;
     if (!ll_entry_at(&edid->video_list, i, &data)) {
       LOG_ERROR_AS(kDecodeVendorBlock, "Failed reading from an linked list. index:%d", i);
-      return;
+      return false;
     }
     if (has_bit(mask, static_cast<unsigned>(i)))
       static_cast<short_video_desc_t *>(data)->stereo |= stereo;
   }
+  return true;
 }
 
 // The per-format 3D entries in [begin, end): bits 7-4 2D_VIC_order, 3-0
@@ -820,7 +822,7 @@ void decode_hdmi_video(byte_view block, size_t video, edid_t *edid) {
     mask = static_cast<uint32_t>(block[at + 2]) << 8 | block[at + 3];
     read = 4;
   }
-  apply_3d_structure_all(structure_all, mask, edid);
+  if (!apply_3d_structure_all(structure_all, mask, edid)) return;
   apply_3d_entries(block, at + read, at + length_3d, edid);
 }
 
