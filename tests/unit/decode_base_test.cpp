@@ -194,7 +194,8 @@ TEST(DisplayDescriptor, FillsTextAndWarnsOnTheTagsItIgnores) {
   };
   PreparedEdid r;
   for (const auto &[descriptor, warning] : cases) {
-    EXPECT_EQ(Lines([&] { EXPECT_EQ(_decode_edid_dtd(descriptor.data(), &r.edid), 1); }),
+    const uint8_t *bytes = descriptor.data();  // clang 14 cannot capture a structured binding
+    EXPECT_EQ(Lines([&] { EXPECT_EQ(_decode_edid_dtd(bytes, &r.edid), 1); }),
               warning.empty() ? std::vector<std::string>{}
                               : std::vector<std::string>{Warning(kDtd, warning)});
   }
