@@ -26,18 +26,1072 @@ using edc::put_bits;
 // Record lifecycle
 // ===========================================================================
 
+// The C layout of the record and its elements, as C callers compile it (LP64:
+// 32-bit fields 4-aligned, list heads 8-aligned). A change here breaks every
+// program built against the installed header.
+static_assert(sizeof(physical_address_t) == 4);
+static_assert(sizeof(std_timing_t) == 12);
+static_assert(sizeof(short_video_desc_t) == 12 && offsetof(short_video_desc_t, vic) == 4 &&
+              offsetof(short_video_desc_t, stereo) == 8);
+static_assert(sizeof(short_audio_desc_t) == 28 && offsetof(short_audio_desc_t, profile) == 24);
+static_assert(sizeof(detailed_timing_t) == 60 && offsetof(detailed_timing_t, pixel_clock) == 4 &&
+              offsetof(detailed_timing_t, h_border) == 24 &&
+              offsetof(detailed_timing_t, v_active) == 28 &&
+              offsetof(detailed_timing_t, v_border) == 44 &&
+              offsetof(detailed_timing_t, progressive) == 56 &&
+              offsetof(detailed_timing_t, v_sync_positive) == 59);
+static_assert(sizeof(edid_t) == 320);
+static_assert(offsetof(edid_t, manufacturer_id) == 1 && offsetof(edid_t, product_id) == 8 &&
+              offsetof(edid_t, year) == 20 && offsetof(edid_t, gamma) == 32 &&
+              offsetof(edid_t, red_x) == 44 && offsetof(edid_t, manufacturer_timings) == 84);
+static_assert(offsetof(edid_t, std_timings) == 88 && offsetof(edid_t, dtd_list) == 112 &&
+              offsetof(edid_t, video_list) == 200 && offsetof(edid_t, audio_list) == 224);
+static_assert(offsetof(edid_t, monitor_serial) == 136 && offsetof(edid_t, monitor_name) == 164 &&
+              offsetof(edid_t, max_pixel_clock) == 184 && offsetof(edid_t, num_extensions) == 188);
+static_assert(offsetof(edid_t, speaker) == 248 && offsetof(edid_t, address) == 252 &&
+              offsetof(edid_t, max_tmds_clock) == 264 && offsetof(edid_t, video_latency) == 274 &&
+              offsetof(edid_t, present_3d) == 282 && offsetof(edid_t, hdmi_vic) == 288 &&
+              offsetof(edid_t, xvycc709) == 317);
+
+#ifndef LOG_ERROR_AS
+// An error on behalf of a named function, for helpers that report for the
+// exported function they serve.
+#define LOG_ERROR_AS(func, ...) diag_line("ERROR", __FILE_NAME__, __LINE__, func, __VA_ARGS__)
+#endif
+
+namespace {
+
+// The record's four lists, in the order that every check and step takes
+// them, with the names each message gives them.
+struct record_list {
+  ll_list_t edid_t::*list;
+  const char *type;
+  const char *already_initialised;  // edid_prepare
+  const char *not_initialised;      // edid_destroy
+  const char *delete_failed;        // edid_destroy
+  const char *still_initialised;    // edid_destroy
+  const char *decode_refused;       // decode_edid_block_0
+};
+
+constexpr std::array<record_list, 4> kRecordLists = {{
+    {&edid_t::std_timings, "std_timing_t", "standard_timing_list has already been initialized.",
+     "List is not initialized. List:standard_timing_list.",
+     "Failed deleting list: standard_timing_list.",
+     "Deleted list believes it is still initialized: standard_timing_list.",
+     "standard_timing_list: List not initialized."},
+    {&edid_t::dtd_list, "detailed_timing_t", "detailed_timing_list has already been initialized.",
+     "List is not initialized. List:detailed_timing_list.",
+     "Failed deleting list: detailed_timing_list.",
+     "Deleted list believes it is still initialized: detailed_timing_list.",
+     "detailed_timing_list: List not initialized."},
+    {&edid_t::video_list, "short_video_desc_t",
+     "short_video_description_list has already been initialized.",
+     "List is not initialized. List:short_video_description_timing_list.",
+     "Failed deleting list: short_video_description_list.",
+     "Deleted list believes it is still initialized: short_video_description_list.",
+     "short_video_description_list: List not initialized."},
+    {&edid_t::audio_list, "short_audio_desc_t",
+     "short_audio_description_list has already been initialized.",
+     "List is not initialized. List:short_audio_description_timing_list.",
+     "Failed deleting list: short_audio_description_list.",
+     "Deleted list believes it is still initialized: short_audio_description_list.",
+     "short_audio_description_list: List not initialized."},
+}};
+
+// Messages of the create / fill / append idiom, which differ between callers.
+struct insertion_messages {
+  const char *create_failed;
+  const char *add_failed;
+  const char *delete_failed;
+};
+
+// Creates an entry of type T named `type`, lets fill() fill the element in
+// place and appends the entry to list; on a failure reports as func and
+// releases the entry.
+template <typename T, typename Fill>
+bool append_element(ll_list_t *list, const char *type, const insertion_messages &messages,
+                    const char *func, Fill &&fill) {
+  ll_entry_t *entry = nullptr;
+  void *data = nullptr;
+  if (!ll_create_entry(static_cast<int32_t>(sizeof(T)), &entry, &data, type)) {
+    LOG_ERROR_AS(func, "%s", messages.create_failed);
+    return false;
+  }
+  fill(*static_cast<T *>(data));
+  if (!ll_add_entry_to_back(list, entry)) {
+    LOG_ERROR_AS(func, "%s", messages.add_failed);
+    if (!ll_delete_entry(entry)) LOG_ERROR_AS(func, "%s", messages.delete_failed);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+extern "C" {
+
+uint8_t edid_prepare(edid_t *edid) {
+  // Zeroing first abandons whatever the lists held.
+  memset(edid, 0, sizeof *edid);
+  for (const auto &l : kRecordLists) {
+    if (ll_is_initialized(&(edid->*l.list))) {
+      LOG_ERROR("%s", l.already_initialised);
+      return 0;
+    }
+  }
+  for (const auto &l : kRecordLists) {
+    if (!ll_init(&(edid->*l.list), l.type)) {
+      LOG_ERROR("Failed initailzing list.");
+      return 0;
+    }
+  }
+  edid->valid = 0;
+  return 1;
+}
+
+uint8_t edid_destroy(edid_t *edid) {
+  for (const auto &l : kRecordLists) {
+    if (!ll_is_initialized(&(edid->*l.list))) {
+      LOG_ERROR("%s", l.not_initialised);
+      return 0;
+    }
+  }
+  for (const auto &l : kRecordLists) {
+    if (!ll_delete_list(&(edid->*l.list))) {
+      LOG_ERROR("%s", l.delete_failed);
+      return 0;
+    }
+  }
+  for (const auto &l : kRecordLists) {
+    if (ll_is_initialized(&(edid->*l.list))) LOG_BUG("%s", l.still_initialised);
+  }
+  return 1;
+}
+
+}  // extern "C"
 
 
 // ===========================================================================
 // Base block decoding (VESA E-EDID 1.3)
 // ===========================================================================
 
+namespace {
+
+constexpr size_t kBlockSize = 128;
+
+// VESA E-EDID 1.3 base block.
+// bytes 0x00-0x07, header 00 FF FF FF FF FF FF 00, read little-endian
+constexpr uint64_t kHeader = 0x00FFFFFFFFFFFF00ull;
+constexpr size_t kHeaderSize = 8;
+// bytes 0x08-0x09, ID manufacturer name: big-endian, three 5-bit letters
+constexpr size_t kManufacturerId = 0x08;
+// bytes 0x0A-0x0B, ID product code; 0x0C-0x0F, ID serial number (little-endian)
+constexpr size_t kProductCode = 0x0A;
+constexpr size_t kSerialNumber = 0x0C;
+// byte 0x10, week of manufacture; byte 0x11, year of manufacture - 1990
+constexpr size_t kWeek = 0x10;
+constexpr size_t kYear = 0x11;
+constexpr uint32_t kYearBase = 1990;
+// bytes 0x12-0x13, EDID version and revision
+constexpr size_t kVersion = 0x12;
+constexpr size_t kRevision = 0x13;
+// byte 0x14, video input definition: bit 7 digital
+constexpr size_t kVideoInput = 0x14;
+// bytes 0x15-0x16, maximum image size in cm; byte 0x17, gamma x 100 - 100
+constexpr size_t kHorizontalSize = 0x15;
+constexpr size_t kVerticalSize = 0x16;
+constexpr size_t kGamma = 0x17;
+// byte 0x18, feature support: bit 7 stand-by, 6 suspend, 5 active-off,
+// 2 standard sRGB colour space, 1 preferred timing mode, 0 default GTF
+constexpr size_t kFeatures = 0x18;
+// bytes 0x19-0x22, chromaticity: two bytes of low bits, then the high 8 bits
+// of red x, red y, green x, green y, blue x, blue y, white x, white y
+constexpr size_t kChromaLowRedGreen = 0x19;
+constexpr size_t kChromaLowBlueWhite = 0x1A;
+constexpr size_t kChromaHigh = 0x1B;
+// bytes 0x23-0x25, established timings I and II, manufacturer's timings
+constexpr size_t kEstablishedTimings1 = 0x23;
+constexpr size_t kEstablishedTimings2 = 0x24;
+constexpr size_t kManufacturerTimings = 0x25;
+// bytes 0x26-0x35, eight 2-byte standard timings
+constexpr size_t kStandardTimings = 0x26;
+constexpr size_t kStandardTimingSlots = 8;
+// bytes 0x36-0x7D, four 18-byte descriptors
+constexpr size_t kDescriptors = 0x36;
+constexpr size_t kDescriptorSlots = 4;
+constexpr size_t kDescriptorSize = 18;
+// byte 0x7E, extension block count; byte 0x7F, checksum
+constexpr size_t kExtensionCount = 0x7E;
+constexpr size_t kChecksum = 0x7F;
+
+// Standard timing (E-EDID 1.3 section 3.9): 0x01 0x01 marks an unused slot.
+constexpr uint8_t kUnusedStandardTiming = 0x01;
+constexpr uint32_t kStandardTimingWidthBias = 31;
+constexpr uint32_t kStandardTimingWidthUnit = 8;
+constexpr uint32_t kStandardTimingRefreshBias = 60;
+
+// Display descriptor tags (E-EDID 1.3 section 3.10.3), in byte 3 of a
+// descriptor whose pixel clock is 0.
+constexpr uint8_t kTagSerialNumber = 0xFF;
+constexpr uint8_t kTagDataString = 0xFE;
+constexpr uint8_t kTagRangeLimits = 0xFD;
+constexpr uint8_t kTagProductName = 0xFC;
+constexpr uint8_t kTagColorPoint = 0xFB;
+constexpr uint8_t kTagStandardTimings = 0xFA;
+constexpr uint8_t kTagDummy = 0x10;
+constexpr uint8_t kTagNone = 0x00;
+// Text descriptors carry 13 bytes from byte 5, ended by a line feed.
+constexpr size_t kDescriptorText = 5;
+constexpr size_t kDescriptorTextSize = 13;
+constexpr size_t kTextFieldSize = 14;
+static_assert(sizeof(edid_t::monitor_name) == kTextFieldSize &&
+              sizeof(edid_t::monitor_serial) == kTextFieldSize &&
+              sizeof(edid_t::monitor_data) == kTextFieldSize);
+// Range limits: bytes 5-8 vertical min/max (Hz), horizontal min/max (kHz),
+// byte 9 maximum pixel clock in units of 10 MHz.
+constexpr uint32_t kRangeClockUnitMhz = 10;
+// Detailed timing: pixel clock in units of 10 kHz.
+constexpr uint32_t kPixelClockUnitHz = 10000;
+
+uint32_t read_le16(const uint8_t *bytes) {
+  return static_cast<uint32_t>(bytes[0]) | static_cast<uint32_t>(bytes[1]) << 8;
+}
+
+uint32_t read_le32(const uint8_t *bytes) {
+  return read_le16(bytes) | read_le16(bytes + 2) << 16;
+}
+
+uint64_t read_header(const uint8_t *block) {
+  uint64_t value = 0;
+  for (size_t i = 0; i < kHeaderSize; ++i) value |= static_cast<uint64_t>(block[i]) << (8 * i);
+  return value;
+}
+
+// Letter codes 1..26 stand for A..Z; other codes are kept as code + 0x40.
+void decode_vendor_product(const uint8_t *block, edid_t *edid) {
+  const uint8_t high = block[kManufacturerId];
+  const uint8_t low = block[kManufacturerId + 1];
+  const uint32_t codes[3] = {bit_range(high, 6, 2),
+                             bit_range(low, 7, 5) | bit_range(high, 1, 0) << 3,
+                             bit_range(low, 4, 0)};
+  for (size_t i = 0; i < 3; ++i) edid->manufacturer_id[i] = static_cast<char>(codes[i] + 0x40);
+  edid->manufacturer_id[3] = '\0';
+  edid->product_id = read_le16(block + kProductCode);
+  edid->serial = read_le32(block + kSerialNumber);
+  edid->week = block[kWeek];
+  edid->year = block[kYear] + kYearBase;
+}
+
+void decode_display_parameters(const uint8_t *block, edid_t *edid) {
+  edid->h_size_cm = block[kHorizontalSize];
+  edid->v_size_cm = block[kVerticalSize];
+  edid->gamma = block[kGamma];
+  const uint8_t features = block[kFeatures];
+  edid->standby = has_bit(features, 7);
+  edid->suspend = has_bit(features, 6);
+  edid->active_off = has_bit(features, 5);
+  edid->standard_colorspace = has_bit(features, 2);
+  edid->preferred_timing = has_bit(features, 1);
+  edid->gtf = has_bit(features, 0);
+}
+
+// Each coordinate is 10 bits: its high byte times 4 plus its two low bits.
+void decode_chromaticity(const uint8_t *block, edid_t *edid) {
+  uint32_t *const coordinates[8] = {&edid->red_x,  &edid->red_y,  &edid->green_x, &edid->green_y,
+                                    &edid->blue_x, &edid->blue_y, &edid->white_x, &edid->white_y};
+  for (unsigned i = 0; i < 8; ++i) {
+    const uint8_t low_byte = block[i < 4 ? kChromaLowRedGreen : kChromaLowBlueWhite];
+    const unsigned shift = 6 - 2 * (i % 4);  // x then y, red/blue at bits 7-6
+    *coordinates[i] =
+        static_cast<uint32_t>(block[kChromaHigh + i]) << 2 | bit_range(low_byte, shift + 1, shift);
+  }
+}
+
+void decode_timing_bitmaps(const uint8_t *block, edid_t *edid) {
+  edid->established_timings_1 = block[kEstablishedTimings1];
+  edid->established_timings_2 = block[kEstablishedTimings2];
+  edid->manufacturer_timings = block[kManufacturerTimings];
+}
+
+// Copies a text descriptor's 13 bytes and ends the text at its line feed.
+void decode_descriptor_text(const uint8_t *dtd, char (&field)[kTextFieldSize]) {
+  memcpy(field, dtd + kDescriptorText, kDescriptorTextSize);
+  _replace_all_chars(field, static_cast<int32_t>(kTextFieldSize), '\n', '\0');
+  field[kTextFieldSize - 1] = '\0';
+}
+
+// A descriptor whose pixel clock is 0: bytes 2 and 4 must be 0, byte 3 is
+// the tag.
+uint8_t decode_display_descriptor(const uint8_t *dtd, edid_t *edid) {
+  if (dtd[2] != 0 || dtd[4] != 0) {
+    LOG_ERROR_AS("_decode_edid_dtd",
+                 "Malformed DTD: The DTD's pixel clock is 0 indicating that the byte 0x2 and byte "
+                 "0x4 should be zero, but they are not. Byte2:0x%02X Byte4:0x%02X",
+                 static_cast<unsigned>(dtd[2]), static_cast<unsigned>(dtd[4]));
+    return 0;
+  }
+  switch (const uint8_t tag = dtd[3]) {
+    case kTagSerialNumber:
+      decode_descriptor_text(dtd, edid->monitor_serial);
+      break;
+    case kTagDataString:
+      decode_descriptor_text(dtd, edid->monitor_data);
+      break;
+    case kTagRangeLimits:
+      edid->min_v_rate = dtd[5];
+      edid->max_v_rate = dtd[6];
+      edid->min_h_rate = dtd[7];
+      edid->max_h_rate = dtd[8];
+      edid->max_pixel_clock = dtd[9] * kRangeClockUnitMhz;
+      break;
+    case kTagProductName:
+      decode_descriptor_text(dtd, edid->monitor_name);
+      break;
+    case kTagColorPoint:
+      LOG_WARNING_AS("_decode_edid_dtd", "Additional monitor color point specified. Ignoring.");
+      break;
+    case kTagStandardTimings:
+      LOG_WARNING_AS("_decode_edid_dtd", "Additional standard timings specified. Ignoring.");
+      break;
+    case kTagDummy:
+    case kTagNone:
+      break;
+    default:
+      LOG_WARNING_AS("_decode_edid_dtd", "Unknown data tag within DTD timing. Ignoring. tag=0x%x",
+                     static_cast<unsigned>(tag));
+      break;
+  }
+  return 1;
+}
+
+// Detailed timing descriptor (E-EDID 1.3 section 3.10.2): the 12-bit sizes
+// take their high nibbles from bytes 4, 7 and 14, the sync fields their high
+// bits from byte 11; byte 17 holds the flags.
+void fill_detailed_timing(const uint8_t *dtd, uint32_t pixel_clock, detailed_timing_t &timing) {
+  timing.pixel_clock = pixel_clock;
+  timing.h_active = dtd[2] + (bit_range(dtd[4], 7, 4) << 8);
+  timing.h_blanking = dtd[3] + (bit_range(dtd[4], 3, 0) << 8);
+  timing.v_active = dtd[5] + (bit_range(dtd[7], 7, 4) << 8);
+  timing.v_blanking = dtd[6] + (bit_range(dtd[7], 3, 0) << 8);
+  timing.h_sync_offset = dtd[8] + (bit_range(dtd[11], 7, 6) << 8);
+  timing.h_sync_width = dtd[9] + (bit_range(dtd[11], 5, 4) << 8);
+  timing.v_sync_offset = bit_range(dtd[10], 7, 4) + (bit_range(dtd[11], 3, 2) << 4);
+  timing.v_sync_width = bit_range(dtd[10], 3, 0) + (bit_range(dtd[11], 1, 0) << 4);
+  timing.h_image_size = dtd[12] + (bit_range(dtd[14], 7, 4) << 8);
+  timing.v_image_size = dtd[13] + (bit_range(dtd[14], 3, 0) << 8);
+  timing.h_border = dtd[15];
+  timing.v_border = dtd[16];
+  // byte 17: bit 7 interlaced, bits 6-5 stereo, bits 4-3 sync type (3 digital
+  // separate), bit 2 vertical and bit 1 horizontal polarity
+  const uint8_t flags = dtd[17];
+  timing.progressive = !has_bit(flags, 7);
+  timing.stereo = bit_range(flags, 6, 5) != 0;
+  timing.h_sync_positive = has_bit(flags, 1);
+  timing.v_sync_positive = has_bit(flags, 2);
+  const uint32_t sync_type = bit_range(flags, 4, 3);
+  if (sync_type != 3)
+    LOG_TRACE_AS("_decode_edid_dtd", "Detailed timing is not set to digital. Val:0x%x Continuing.",
+                 sync_type);
+  timing.valid = 1;
+}
+
+// The 18 bytes of a descriptor as "0x.. 0x.. ...", for the failure report.
+void format_descriptor_bytes(const uint8_t *dtd, char (&text)[kDescriptorSize * 5]) {
+  size_t used = 0;
+  for (size_t i = 0; i < kDescriptorSize; ++i)
+    used += static_cast<size_t>(snprintf(text + used, sizeof text - used, "%s0x%x",
+                                         i == 0 ? "" : " ", static_cast<unsigned>(dtd[i])));
+}
+
+}  // namespace
+
+extern "C" {
+
+uint8_t _calculate_checksum(const uint8_t *edid_block) {
+  if (edid_block == nullptr) {
+    LOG_ERROR("Function called with edid_block set to NULL.");
+    return 0;
+  }
+  uint32_t sum = 0;
+  for (size_t i = 0; i < kChecksum; ++i) sum += edid_block[i];
+  return static_cast<uint8_t>(0u - sum);
+}
+
+void _replace_all_chars(char *string, int32_t length, uint8_t find, uint8_t replace) {
+  if (string == nullptr) {
+    LOG_ERROR("String parameter is NULL.");
+    return;
+  }
+  for (int32_t i = 0; i < length; ++i) {
+    if (static_cast<uint8_t>(string[i]) == find) string[i] = static_cast<char>(replace);
+  }
+}
+
+uint8_t _decode_edid_standard_timing(uint8_t byte1, uint8_t byte2, edid_t *edid) {
+  if (edid == nullptr) {
+    LOG_ERROR("Function called with edid set to NULL.");
+    return 0;
+  }
+  if (byte1 == kUnusedStandardTiming && byte2 == kUnusedStandardTiming) return 1;
+  static constexpr insertion_messages kMessages = {"Failed creating entry.",
+                                                   "Failed adding entry to the back of the list.",
+                                                   "Failed deleting entry."};
+  // first byte: (width / 8) - 31; second byte: bits 7-6 aspect, 5-0 rate - 60
+  return append_element<std_timing_t>(
+      &edid->std_timings, "std_timing_t", kMessages, __func__, [&](std_timing_t &timing) {
+        timing.h_active = (byte1 + kStandardTimingWidthBias) * kStandardTimingWidthUnit;
+        timing.aspect_ratio = bit_range(byte2, 7, 6);
+        timing.refresh_rate = bit_range(byte2, 5, 0) + kStandardTimingRefreshBias;
+      });
+}
+
+uint8_t _decode_edid_dtd(const uint8_t *dtd, edid_t *edid) {
+  if (dtd == nullptr) {
+    LOG_ERROR("Function called with dtd set to NULL.");
+    return 0;
+  }
+  if (edid == nullptr) {
+    LOG_ERROR("Function called with edid set to NULL.");
+    return 0;
+  }
+  // bytes 0-1, pixel clock in 10 kHz units; 0 marks a display descriptor
+  const uint32_t pixel_clock = read_le16(dtd) * kPixelClockUnitHz;
+  if (pixel_clock == 0) return decode_display_descriptor(dtd, edid);
+
+  static constexpr insertion_messages kMessages = {"Failed creating an entry.",
+                                                   "Failed adding entry to the back.",
+                                                   "Failed deleting unused entry."};
+  detailed_timing_t *added = nullptr;
+  if (!append_element<detailed_timing_t>(&edid->dtd_list, "detailed_timing_t", kMessages, __func__,
+                                         [&](detailed_timing_t &timing) {
+                                           fill_detailed_timing(dtd, pixel_clock, timing);
+                                           added = &timing;
+                                         }))
+    return 0;
+  LOG_TRACE("Added DTD: WxH=%dx%d%s pixel:%d", static_cast<int32_t>(added->h_active),
+            static_cast<int32_t>(added->v_active), added->progressive ? "p" : "i",
+            static_cast<int32_t>(added->pixel_clock));
+  return 1;
+}
+
+uint8_t decode_edid_block_0(const uint8_t *edid_block, edid_t *edid) {
+  if (edid_block == nullptr) {
+    LOG_ERROR("Function called with edid_block set to NULL.");
+    return 0;
+  }
+  if (edid == nullptr) {
+    LOG_ERROR("Function called with edid set to NULL.");
+    return 0;
+  }
+  for (const auto &l : kRecordLists) {
+    if (!ll_is_initialized(&(edid->*l.list))) {
+      LOG_ERROR("%s", l.decode_refused);
+      return 0;
+    }
+  }
+  const uint64_t header = read_header(edid_block);
+  if (header != kHeader) {
+    LOG_ERROR("Failed verifying the header. Expected:%16llx Received:%16llx",
+              static_cast<unsigned long long>(kHeader), static_cast<unsigned long long>(header));
+    return 0;
+  }
+  // A recognised header makes the record valid, whatever the checksum says.
+  edid->valid = 1;
+  edid->checksum = edid_block[kChecksum];
+  const uint8_t calculated = _calculate_checksum(edid_block);
+  if (calculated != edid_block[kChecksum]) {
+    LOG_ERROR("Edid failed the checksum. Calculated:0x%02X Received:0x%02X",
+              static_cast<unsigned>(calculated), static_cast<unsigned>(edid_block[kChecksum]));
+    return 0;
+  }
+  decode_vendor_product(edid_block, edid);
+
+  edid->version = edid_block[kVersion];
+  edid->revision = edid_block[kRevision];
+  if (edid->version != 1 || edid->revision < 3) {
+    LOG_ERROR("Failed EDID Version/Revision check. Expected:%d.%d Recieved:%d.%d", 1, 3,
+              static_cast<int32_t>(edid->version), static_cast<int32_t>(edid->revision));
+    return 0;
+  }
+  edid->digital = has_bit(edid_block[kVideoInput], 7);
+  if (!edid->digital) LOG_WARNING("EDID inappropriately set to analog. Continuing.");
+  decode_display_parameters(edid_block, edid);
+  decode_chromaticity(edid_block, edid);
+  decode_timing_bitmaps(edid_block, edid);
+
+  for (size_t slot = 0; slot < kStandardTimingSlots; ++slot) {
+    const uint8_t *pair = edid_block + kStandardTimings + 2 * slot;
+    if (!_decode_edid_standard_timing(pair[0], pair[1], edid)) {
+      LOG_ERROR("Failed decoding #%d standard timing. Val1:0x%x Val2:0x%x",
+                static_cast<int32_t>(slot + 1), static_cast<unsigned>(pair[0]),
+                static_cast<unsigned>(pair[1]));
+      return 0;
+    }
+  }
+  for (size_t slot = 0; slot < kDescriptorSlots; ++slot) {
+    const uint8_t *dtd = edid_block + kDescriptors + kDescriptorSize * slot;
+    if (!_decode_edid_dtd(dtd, edid)) {
+      char bytes[kDescriptorSize * 5];
+      format_descriptor_bytes(dtd, bytes);
+      LOG_ERROR("Failed decoding #%d DTD. %s", static_cast<int32_t>(slot), bytes);
+      return 0;
+    }
+  }
+  edid->num_extensions = edid_block[kExtensionCount];
+  return 1;
+}
+
+}  // extern "C"
 
 
 // ===========================================================================
 // CEA-861 extension decoding
 // ===========================================================================
 
+namespace {
+
+constexpr const char *kDecodeExtensions = "decode_edid_extensions";
+constexpr const char *kDecodeVendorBlock = "_decode_edid_vendor_block";
+
+// CEA-861 extension block (CTA-861 section 7.5).
+// byte 0, extension tag 0x02; byte 1, revision number 3
+constexpr size_t kCeaTag = 0;
+constexpr size_t kCeaRevision = 1;
+constexpr uint8_t kCeaExtensionTag = 0x02;
+constexpr uint8_t kCeaRevision3 = 0x03;
+// byte 2, d: offset of the first detailed timing descriptor
+constexpr size_t kCeaDtdOffset = 2;
+constexpr uint32_t kMaxDtdOffset = 110;
+// byte 3: bit 7 underscan, 6 basic audio, 5 YCbCr 4:4:4, 4 YCbCr 4:2:2
+constexpr size_t kCeaSupport = 3;
+// bytes 4 to d - 1, data block collection
+constexpr size_t kCeaDataBlocks = 4;
+
+// Data block header (CTA-861 section 7.5.1): bits 7-5 tag code, 4-0 length.
+enum data_block_tag : uint32_t {
+  kTagReserved = 0,
+  kTagAudio = 1,
+  kTagVideo = 2,
+  kTagVendorSpecific = 3,
+  kTagSpeakerAllocation = 4,
+  kTagVesaDtc = 5,
+  kTagReserved6 = 6,
+  kTagExtended = 7,
+};
+// Extended tag code of the colorimetry data block (CTA-861 section 7.5.5):
+// payload byte 2 bit 0 xvYCC601, bit 1 xvYCC709.
+constexpr uint8_t kExtendedTagColorimetry = 5;
+
+uint32_t block_tag(uint8_t header) {
+  return bit_range(header, 7, 5);
+}
+uint32_t block_length(uint8_t header) {
+  return bit_range(header, 4, 0);
+}
+
+// Bytes from a data block's header up to a bound (the end of the extension,
+// or of the block itself). Fields that the block announces but that lie
+// beyond the bound read as 0, so no read leaves the bytes the caller gave.
+struct byte_view {
+  std::span<const uint8_t> bytes;
+
+  uint8_t operator[](size_t i) const { return i < bytes.size() ? bytes[i] : 0; }
+  bool contains(size_t i) const { return i < bytes.size(); }
+};
+
+// Short audio descriptor (CTA-861 section 7.5.2), byte 1: bits 6-3 audio
+// format code, 2-0 channels - 1; byte 2: sample rates 192..32 kHz in bits 6-0;
+// byte 3 by format: LPCM bit depths, the maximum bit rate / 8 kHz, a
+// format-dependent value, the WMA Pro profile, or the extension type code.
+constexpr uint32_t kAudioLpcm = 1;
+constexpr uint32_t kAudioWmaPro = 14;
+constexpr uint32_t kAudioExtension = 15;
+constexpr uint32_t kAudioBitRateUnitKhz = 8;
+// Extension type codes 1..3 (HE AAC, HE AAC v2, MPEG Surround) are kept as 16..18.
+constexpr uint32_t kAudioExtensionBase = 15;
+constexpr uint32_t kAudioLastExtensionCode = 3;
+
+// HDMI vendor-specific data block (HDMI 1.4b section 8.3.2), offsets from
+// the block's header byte.
+constexpr uint32_t kHdmiOui = 0x000C03;
+// bytes 1-3, IEEE OUI, least significant byte first
+constexpr size_t kVsdbOui = 1;
+constexpr uint32_t kVsdbOuiLength = 3;
+// bytes 4-5, source physical address A.B.C.D, one nibble each
+constexpr size_t kVsdbAddress = 4;
+constexpr uint32_t kVsdbMinHdmiLength = 5;
+// byte 6: bit 7 Supports_AI, 6 DC_48bit, 5 DC_36bit, 4 DC_30bit, 3 DC_Y444,
+// 0 DVI_Dual
+constexpr size_t kVsdbFlags = 6;
+// byte 7, Max_TMDS_Clock in units of 5 MHz
+constexpr size_t kVsdbTmdsClock = 7;
+constexpr uint32_t kTmdsClockUnitMhz = 5;
+// byte 8: bit 7 Latency_Fields_Present, 6 I_Latency_Fields_Present,
+// 5 HDMI_Video_present, 3-0 CNC3..CNC0
+constexpr size_t kVsdbPresence = 8;
+// bytes 9-10, Video_Latency and Audio_Latency; then the interlaced pair
+constexpr size_t kVsdbLatency = 9;
+// HDMI video byte: bit 7 3D_present, 6-5 3D_Multi_present, 4-3 Image_Size;
+// the next byte: bits 7-5 HDMI_VIC_LEN, 4-0 HDMI_3D_LEN.
+constexpr uint32_t kMaxHdmiVics = 7;
+static_assert(sizeof(edid_t::hdmi_vic) / sizeof(edid_t::hdmi_vic[0]) == kMaxHdmiVics);
+// 3D_MASK and the 3D_Structure_ALL bits cover the first 16 video formats.
+constexpr int32_t kMaxMaskedFormats = 16;
+
+// 3D_Structure_ALL bit i (HDMI 1.4b table 8-19) as a stereo bit.
+constexpr std::array<uint32_t, 16> _3d_struct_all_array = {EDID_STEREO_FP,
+                                                           EDID_STEREO_FA,
+                                                           EDID_STEREO_LA,
+                                                           EDID_STEREO_SSF,
+                                                           EDID_STEREO_LD,
+                                                           EDID_STEREO_LDG,
+                                                           EDID_STEREO_TBH,
+                                                           0,
+                                                           EDID_STEREO_SSH,
+                                                           0,
+                                                           0,
+                                                           0,
+                                                           0,
+                                                           0,
+                                                           0,
+                                                           EDID_STEREO_SSH};
+
+// A per-format 3D_Structure value (HDMI 1.4b table 8-21) as a stereo bit;
+// 0 for the reserved values 7 and 9 to 15. Structure 8 (side-by-side half)
+// is followed by a 3D_Detail byte.
+constexpr std::array<uint32_t, 16> kStereoFor3dStructure = {EDID_STEREO_FP,
+                                                            EDID_STEREO_FA,
+                                                            EDID_STEREO_LA,
+                                                            EDID_STEREO_SSF,
+                                                            EDID_STEREO_LD,
+                                                            EDID_STEREO_LDG,
+                                                            EDID_STEREO_TBH,
+                                                            0,
+                                                            EDID_STEREO_SSH,
+                                                            0,
+                                                            0,
+                                                            0,
+                                                            0,
+                                                            0,
+                                                            0,
+                                                            0};
+constexpr uint32_t k3dStructureWithDetail = 8;
+
+// Latencies are stored as (ms / 2) + 1, 0 meaning none given.
+uint16_t decode_latency(uint8_t stored) {
+  return stored == 0 ? 0 : static_cast<uint16_t>((stored - 1) * 2);
+}
+
+void decode_hdmi_address_and_flags(byte_view block, uint32_t length, edid_t *edid) {
+  edid->address.a = static_cast<uint8_t>(bit_range(block[kVsdbAddress], 7, 4));
+  edid->address.b = static_cast<uint8_t>(bit_range(block[kVsdbAddress], 3, 0));
+  edid->address.c = static_cast<uint8_t>(bit_range(block[kVsdbAddress + 1], 7, 4));
+  edid->address.d = static_cast<uint8_t>(bit_range(block[kVsdbAddress + 1], 3, 0));
+  if (length > kVsdbFlags - 1) {
+    const uint8_t flags = block[kVsdbFlags];
+    edid->supports_ai = has_bit(flags, 7);
+    edid->dc_48bit = has_bit(flags, 6);
+    edid->dc_36bit = has_bit(flags, 5);
+    edid->dc_30bit = has_bit(flags, 4);
+    edid->dc_y444 = has_bit(flags, 3);
+    edid->dvi_dual = has_bit(flags, 0);
+  }
+  if (length > kVsdbTmdsClock - 1) edid->max_tmds_clock = block[kVsdbTmdsClock] * kTmdsClockUnitMhz;
+}
+
+// Byte 8 and the latencies that it announces; returns the offset of the HDMI
+// video byte that would follow them.
+size_t decode_hdmi_presence_and_latency(byte_view block, uint32_t length, edid_t *edid) {
+  size_t video = kVsdbLatency;
+  if (length < kVsdbPresence) return video;
+  const uint8_t presence = block[kVsdbPresence];
+  edid->cnc3 = has_bit(presence, 3);
+  edid->cnc2 = has_bit(presence, 2);
+  edid->cnc1 = has_bit(presence, 1);
+  edid->cnc0 = has_bit(presence, 0);
+  edid->hdmi_video_present = has_bit(presence, 5);
+  const bool latency = has_bit(presence, 7);
+  if (latency) {
+    edid->video_latency = decode_latency(block[video]);
+    edid->audio_latency = decode_latency(block[video + 1]);
+    video += 2;
+  }
+  // The interlaced pair counts only after the progressive one.
+  if (latency && has_bit(presence, 6)) {
+    edid->interlaced_video_latency = decode_latency(block[video]);
+    edid->interlaced_audio_latency = decode_latency(block[video + 1]);
+    video += 2;
+  } else {
+    edid->interlaced_video_latency = edid->video_latency;
+    edid->interlaced_audio_latency = edid->audio_latency;
+  }
+  return video;
+}
+
+// 3D_Structure_ALL and 3D_MASK: the structures given for all of the first 16
+// video formats that the mask selects. False when the video list failed,
+// which ends the 3D fields.
+bool apply_3d_structure_all(uint32_t structure_all, uint32_t mask, edid_t *edid) {
+  uint32_t stereo = 0;
+  for (unsigned bit = 0; bit < _3d_struct_all_array.size(); ++bit)
+    if (has_bit(structure_all, bit)) stereo |= _3d_struct_all_array[bit];
+  const int32_t formats = ll_size(&edid->video_list);
+  for (int32_t i = 0; i < formats && i < kMaxMaskedFormats; ++i) {
+    void *data = nullptr;
+    if (!ll_entry_at(&edid->video_list, i, &data)) {
+      LOG_ERROR_AS(kDecodeVendorBlock, "Failed reading from an linked list. index:%d", i);
+      return false;
+    }
+    if (has_bit(mask, static_cast<unsigned>(i)))
+      static_cast<short_video_desc_t *>(data)->stereo |= stereo;
+  }
+  return true;
+}
+
+// The per-format 3D entries in [begin, end): bits 7-4 2D_VIC_order, 3-0
+// 3D_Structure. The walk ends early at the view's end, so that no entry is
+// made up from bytes that were not given.
+void apply_3d_entries(byte_view block, size_t begin, size_t end, edid_t *edid) {
+  const int32_t formats = ll_size(&edid->video_list);
+  for (size_t j = begin; j < end && block.contains(j);) {
+    const auto order = static_cast<int32_t>(bit_range(block[j], 7, 4));
+    const uint32_t structure = bit_range(block[j], 3, 0);
+    const size_t entry_size = structure == k3dStructureWithDetail ? 2 : 1;
+    if (order > formats) {
+      LOG_WARNING_AS(kDecodeVendorBlock, "Index out of range. index:%d Len:%d", order, formats);
+      j += entry_size;
+      continue;
+    }
+    void *data = nullptr;
+    if (!ll_entry_at(&edid->video_list, order, &data)) {
+      LOG_ERROR_AS(kDecodeVendorBlock,
+                   "The Vendor Specific Data Block (VSDB) 3D description references an index (%d) "
+                   "that doesn't exist. Continuing. List len:%d",
+                   order, formats);
+      j += 1;
+      continue;
+    }
+    const uint32_t stereo = kStereoFor3dStructure[structure];
+    if (stereo == 0) {
+      LOG_ERROR_AS(kDecodeVendorBlock, "It should not arrive here.");
+      j += 1;
+      continue;
+    }
+    static_cast<short_video_desc_t *>(data)->stereo |= stereo;
+    j += entry_size;
+  }
+}
+
+// The HDMI video byte at offset video and what follows it: image size, HDMI
+// VICs and 3D. The HDMI VICs and the 3D fields are read as far as their own
+// lengths say, not checked against the block's length.
+void decode_hdmi_video(byte_view block, size_t video, edid_t *edid) {
+  const uint8_t video_byte = block[video];
+  edid->present_3d = has_bit(video_byte, 7);
+  const uint32_t multi_3d = bit_range(video_byte, 6, 5);
+  edid->image_size = static_cast<uint8_t>(bit_range(video_byte, 4, 3));
+  const uint8_t lengths = block[video + 1];
+  edid->hdmi_vic_len = static_cast<uint8_t>(bit_range(lengths, 7, 5));
+  const uint32_t length_3d = bit_range(lengths, 4, 0);
+  if (debug_enabled()) {
+    LOG_TRACE_AS(kDecodeVendorBlock, " start parsing 3D and 4Kx2K stuff %s",
+                 edid->hdmi_video_present ? "true" : "false");
+    LOG_TRACE_AS(kDecodeVendorBlock, " 3D_present %d", static_cast<int32_t>(edid->present_3d));
+    LOG_TRACE_AS(kDecodeVendorBlock, " 3D_multi_present %d", static_cast<int32_t>(multi_3d));
+    LOG_TRACE_AS(kDecodeVendorBlock, " image_size %d", static_cast<int32_t>(edid->image_size));
+    LOG_TRACE_AS(kDecodeVendorBlock, " 3D_len %d", static_cast<int32_t>(length_3d));
+    LOG_TRACE_AS(kDecodeVendorBlock, " 4k_2k_vic_len %d", static_cast<int32_t>(edid->hdmi_vic_len));
+  }
+  size_t at = video + 2;
+  for (uint32_t i = 0; i < edid->hdmi_vic_len && i < kMaxHdmiVics; ++i)
+    edid->hdmi_vic[i] = bit_range(block[at + i], 6, 0);
+  at += edid->hdmi_vic_len;
+  if (length_3d == 0 || !edid->present_3d) return;
+
+  // 3D_Multi_present 1: 3D_Structure_ALL for every format; 2: with 3D_MASK;
+  // 0 and 3: neither. HDMI_3D_LEN counts these bytes too.
+  uint32_t structure_all = 0;
+  uint32_t mask = 0;
+  size_t read = 0;
+  if (multi_3d == 1 || multi_3d == 2) {
+    structure_all = static_cast<uint32_t>(block[at]) << 8 | block[at + 1];
+    mask = 0xFFFF;
+    read = 2;
+  }
+  if (multi_3d == 2) {
+    mask = static_cast<uint32_t>(block[at + 2]) << 8 | block[at + 3];
+    read = 4;
+  }
+  if (!apply_3d_structure_all(structure_all, mask, edid)) return;
+  apply_3d_entries(block, at + read, at + length_3d, edid);
+}
+
+uint8_t decode_vendor_block(byte_view block, edid_t *edid) {
+  const uint8_t header = block[0];
+  if (block_tag(header) != kTagVendorSpecific) {
+    LOG_ERROR_AS(kDecodeVendorBlock,
+                 "Failed decoding the vendor block. Tag is not correct. Expected=0x3 Received=0x%X",
+                 block_tag(header));
+    return 0;
+  }
+  const uint32_t length = block_length(header);
+  if (length < kVsdbOuiLength) {
+    LOG_ERROR_AS(kDecodeVendorBlock,
+                 "Failed decoding the vendor block. Length not long enough to contain the "
+                 "vendor's id. Length=%d",
+                 static_cast<int32_t>(length));
+    return 0;
+  }
+  const uint32_t oui = block[kVsdbOui] | block[kVsdbOui + 1] << 8 | block[kVsdbOui + 2] << 16;
+  if (oui != kHdmiOui) {
+    LOG_TRACE_AS(kDecodeVendorBlock, "Unrecognized vendor block. Ignoring. Vendor=0x%X", oui);
+    return 1;
+  }
+  if (length < kVsdbMinHdmiLength) {
+    LOG_ERROR_AS(kDecodeVendorBlock,
+                 "Failed decoding the hdmi block. The length is required to be at least 5 bytes "
+                 "long. Length=%d",
+                 static_cast<int32_t>(length));
+    return 0;
+  }
+  decode_hdmi_address_and_flags(block, length, edid);
+  edid->hdmi_vsdb_present = 1;
+  const size_t video = decode_hdmi_presence_and_latency(block, length, edid);
+  if (length < video || !edid->hdmi_video_present) return 1;
+  decode_hdmi_video(block, video, edid);
+  return 1;
+}
+
+const insertion_messages kAudioMessages = {"Failed creating entry.",
+                                           "Failed adding entry to the back of the list.",
+                                           "Failed deleting entry."};
+const insertion_messages kVideoMessages = {"Failed creating new entry.",
+                                           "Failed adding entry to the back.",
+                                           "Failed deleting unused entry."};
+
+// Three bytes per descriptor; a length that is not a multiple of 3 takes the
+// last descriptor's missing bytes from what follows the block.
+bool decode_audio_block(byte_view block, uint32_t length, edid_t *edid) {
+  LOG_TRACE_AS(kDecodeExtensions, "Audio Data Block. Len=%d", static_cast<int32_t>(length));
+  for (uint32_t k = 0; k < length; k += 3) {
+    const uint8_t b1 = block[k + 1];
+    const uint8_t b2 = block[k + 2];
+    const uint8_t b3 = block[k + 3];
+    short_audio_desc_t audio;
+    if (!decode_edid_short_audio(b1, b2, b3, &audio)) {
+      // The labels stand in the opposite order to the values.
+      LOG_WARNING_AS(kDecodeExtensions,
+                     "Failed to decode audio format. Index:%d byte3:0x%02X byte2:0x%02X "
+                     "byte1:0x%02X",
+                     static_cast<int32_t>(k), static_cast<unsigned>(b1), static_cast<unsigned>(b2),
+                     static_cast<unsigned>(b3));
+      continue;
+    }
+    if (!append_element<short_audio_desc_t>(&edid->audio_list, "short_audio_desc_t", kAudioMessages,
+                                            kDecodeExtensions,
+                                            [&](short_audio_desc_t &entry) { entry = audio; }))
+      return false;
+  }
+  return true;
+}
+
+// Short video descriptors (CTA-861 section 7.5.1): bit 7 native, 6-0 VIC.
+bool decode_video_block(byte_view block, uint32_t length, edid_t *edid) {
+  LOG_TRACE_AS(kDecodeExtensions, "Video Data Block. Len=%d", static_cast<int32_t>(length));
+  for (uint32_t i = 1; i <= length; ++i) {
+    const uint8_t svd = block[i];
+    if (!append_element<short_video_desc_t>(&edid->video_list, "short_video_desc_t", kVideoMessages,
+                                            kDecodeExtensions, [&](short_video_desc_t &format) {
+                                              format.native = has_bit(svd, 7);
+                                              format.vic = bit_range(svd, 6, 0);
+                                              format.stereo = 0;
+                                            }))
+      return false;
+  }
+  return true;
+}
+
+// Speaker allocation (CTA-861 section 7.5.3): three payload bytes.
+void decode_speaker_block(byte_view block, uint32_t length, edid_t *edid) {
+  LOG_TRACE_AS(kDecodeExtensions, "Speaker Allocation Data Block. Len=%d",
+               static_cast<int32_t>(length));
+  if (length != sizeof edid->speaker) {
+    LOG_WARNING_AS(kDecodeExtensions,
+                   "Speaker allocation block is longer than expected. Expected=3 Actual=%d "
+                   "Continuing...",
+                   static_cast<int32_t>(length));
+    return;
+  }
+  for (size_t i = 0; i < sizeof edid->speaker; ++i) edid->speaker[i] = block[1 + i];
+}
+
+// Extended tag blocks: byte 1 is the extended tag code.
+void decode_extended_block(byte_view block, uint32_t length, edid_t *edid) {
+  const uint8_t extended_tag = block[1];
+  if (extended_tag == kExtendedTagColorimetry) {
+    edid->xvycc601 = has_bit(block[2], 0);
+    edid->xvycc709 = has_bit(block[2], 1);
+    return;
+  }
+  LOG_TRACE_AS(kDecodeExtensions, "Extended Data block. Ignoring. ExtTag:0x%x Len=%d",
+               static_cast<unsigned>(extended_tag), static_cast<int32_t>(length));
+}
+
+// One data block; false when decoding must stop (a list operation failed).
+bool decode_data_block(byte_view block, edid_t *edid) {
+  const uint32_t length = block_length(block[0]);
+  const auto len = static_cast<int32_t>(length);
+  switch (block_tag(block[0])) {
+    case kTagReserved:
+      LOG_TRACE_AS(kDecodeExtensions, "Reserved code. Len=%d", len);
+      return true;
+    case kTagAudio:
+      return decode_audio_block(block, length, edid);
+    case kTagVideo:
+      return decode_video_block(block, length, edid);
+    case kTagVendorSpecific:
+      LOG_TRACE_AS(kDecodeExtensions, "Vendor Specific Data Block. Len=%d", len);
+      decode_vendor_block(block, edid);
+      return true;
+    case kTagSpeakerAllocation:
+      decode_speaker_block(block, length, edid);
+      return true;
+    case kTagVesaDtc:
+      LOG_TRACE_AS(kDecodeExtensions, "VESA DTC Data Block. Ignoring. Len=%d", len);
+      return true;
+    case kTagReserved6:
+      LOG_TRACE_AS(kDecodeExtensions, "Reserved Code:6. Ignoring. Len=%d", len);
+      return true;
+    default:
+      decode_extended_block(block, length, edid);
+      return true;
+  }
+}
+
+void decode_support_flags(uint8_t support, edid_t *edid) {
+  edid->underscan = has_bit(support, 7);
+  edid->basic_audio = has_bit(support, 6);
+  edid->ycbcr444 = has_bit(support, 5);
+  edid->ycbcr422 = has_bit(support, 4);
+}
+
+}  // namespace
+
+extern "C" {
+
+uint8_t decode_edid_short_audio(uint8_t b1, int32_t b2, uint8_t b3, short_audio_desc_t *audio) {
+  if (audio == nullptr) {
+    LOG_ERROR("Function called with \"audio\" parameter set to NULL. audio=%p",
+              static_cast<void *>(audio));
+    return 0;
+  }
+  *audio = short_audio_desc_t{};
+  audio->format = bit_range(b1, 6, 3);
+  audio->channels = bit_range(b1, 2, 0) + 1;
+  audio->sample_rates = bit_range(static_cast<uint32_t>(b2), 6, 0);
+  const uint32_t format = audio->format;
+  if (format == 0) {
+    LOG_ERROR("Unrecognized audio type found in audio format. Expected:1-15 Received:%d",
+              static_cast<int32_t>(format));
+    return 0;
+  }
+  if (format == kAudioLpcm) {
+    audio->bit_depths = bit_range(b3, 2, 0);
+  } else if (format <= 8) {
+    audio->max_bitrate = b3 * kAudioBitRateUnitKhz;
+  } else if (format < kAudioWmaPro) {
+    audio->format_value = b3;
+  } else if (format == kAudioWmaPro) {
+    audio->profile = bit_range(b3, 2, 0);
+  } else if (format == kAudioExtension) {
+    // The extension type code in byte 3 bits 7-3.
+    const uint32_t code = bit_range(b3, 7, 3);
+    audio->format = code >= 1 && code <= kAudioLastExtensionCode ? kAudioExtensionBase + code : 0;
+  }
+  return 1;
+}
+
+uint8_t _decode_edid_vendor_block(const uint8_t *vendor_block, edid_t *edid) {
+  if (vendor_block == nullptr) {
+    LOG_ERROR("Function called with vendor_block set to NULL.");
+    return 0;
+  }
+  if (edid == nullptr) {
+    LOG_ERROR("Function called with edid set to NULL.");
+    return 0;
+  }
+  // Called on its own, only the block's own 1 + L bytes are known to be there.
+  const size_t size = 1 + block_length(vendor_block[0]);
+  return decode_vendor_block(byte_view{{vendor_block, size}}, edid);
+}
+
+uint8_t decode_edid_extensions(const uint8_t *edid_extension, uint32_t edid_bytes, edid_t *edid) {
+  if (edid_extension == nullptr) {
+    LOG_ERROR("Function called with edid_extension set to NULL.");
+    return 0;
+  }
+  if (edid == nullptr) {
+    LOG_ERROR("Function called with edid set to NULL.");
+    return 0;
+  }
+  // The block as decoded: bytes the caller did not give read as 0, so a
+  // missing or short extension fails the tag check (or the checksum).
+  std::array<uint8_t, kBlockSize> block{};
+  memcpy(block.data(), edid_extension, edid_bytes < kBlockSize ? edid_bytes : kBlockSize);
+  if (block[kCeaTag] != kCeaExtensionTag) {
+    LOG_ERROR("The extension is not a CEA extension. Expected=0x2 Received=0x%X",
+              static_cast<unsigned>(block[kCeaTag]));
+    return 0;
+  }
+  if (block[kCeaRevision] != kCeaRevision3) {
+    LOG_ERROR("Extension is the wrong version. Expected=0x3 Received=0x%X",
+              static_cast<unsigned>(block[kCeaRevision]));
+    return 0;
+  }
+  const uint8_t calculated = _calculate_checksum(block.data());
+  if (calculated != block[kChecksum]) {
+    LOG_ERROR("Edid failed the checksum. Calculated:0x%02X Received:0x%02X",
+              static_cast<unsigned>(calculated), static_cast<unsigned>(block[kChecksum]));
+    return 0;
+  }
+  const uint32_t dtd_offset = block[kCeaDtdOffset];
+  if (dtd_offset > kMaxDtdOffset) {
+    LOG_ERROR("EDID DTD offset value is larger than the block. Offset:%d\n",
+              static_cast<int32_t>(dtd_offset));
+    return 0;
+  }
+  decode_support_flags(block[kCeaSupport], edid);
+
+  // Detailed timings first, over the bytes given: with more than one
+  // extension the last ones may lie in the next block. Failures are reported
+  // by _decode_edid_dtd and do not stop the extension.
+  for (uint32_t at = dtd_offset; at + kDescriptorSize < edid_bytes; at += kDescriptorSize)
+    _decode_edid_dtd(edid_extension + at, edid);
+
+  // The data block collection, bytes 4 to d - 1; an offset below 4 leaves it
+  // empty. Each block must end inside it.
+  const int32_t collection =
+      static_cast<int32_t>(dtd_offset) - static_cast<int32_t>(kCeaDataBlocks);
+  for (int32_t i = 0; i < collection;) {
+    const size_t at = kCeaDataBlocks + static_cast<size_t>(i);
+    const auto length = static_cast<int32_t>(block_length(block[at]));
+    if (i + length >= collection) {
+      LOG_ERROR(
+          "Malformed EDID: The CEA extension data block specifies a tag with a length whose "
+          "total bytes exceeds the length of the CEA extension's data block. Tag:%d Len:%d "
+          "Current Byte:%d Data Block Len:%d",
+          static_cast<int32_t>(block_tag(block[at])), length, i, collection);
+      return 0;
+    }
+    // A block may read on past its end (short audio descriptors, HDMI VICs
+    // and 3D fields, an empty extended tag block), but not past the extension.
+    if (!decode_data_block(byte_view{{block.data() + at, kBlockSize - at}}, edid)) return 0;
+    i += length + 1;
+  }
+  return 1;
+}
+
+}  // extern "C"
 
 
 // ===========================================================================
