@@ -28,6 +28,7 @@ void diag_trace(const char *func, int line, const char *fmt, ...)
 // The same lines on behalf of a named function, for code shared by several
 // exported functions (the message then names the exported one).
 #define LOG_ERROR_AS(func, ...) diag_line("ERROR", __FILE_NAME__, __LINE__, func, __VA_ARGS__)
+#define LOG_BUG_AS(func, ...) diag_line("BUG", __FILE_NAME__, __LINE__, func, __VA_ARGS__)
 #define LOG_WARNING_AS(func, ...) diag_line("WARNING", __FILE_NAME__, __LINE__, func, __VA_ARGS__)
 #define LOG_TRACE_AS(func, ...)                        \
   do {                                                 \

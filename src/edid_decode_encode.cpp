@@ -53,12 +53,6 @@ static_assert(offsetof(edid_t, speaker) == 248 && offsetof(edid_t, address) == 2
               offsetof(edid_t, present_3d) == 282 && offsetof(edid_t, hdmi_vic) == 288 &&
               offsetof(edid_t, xvycc709) == 317);
 
-#ifndef LOG_ERROR_AS
-// An error on behalf of a named function, for helpers that report for the
-// exported function they serve.
-#define LOG_ERROR_AS(func, ...) diag_line("ERROR", __FILE_NAME__, __LINE__, func, __VA_ARGS__)
-#endif
-
 namespace {
 
 // The record's four lists, in the order that every check and step takes
