@@ -1,0 +1,21 @@
+// Golden files: whole expected outputs kept as text under tests/golden/,
+// reviewed by hand once and compared byte for byte afterwards.
+//
+// To rewrite them deliberately (after a reviewed change of the output):
+//   EDC_UPDATE_GOLDEN=1 build/gcc/tests/edc_unit_tests --gtest_filter=<tests>
+// then read the diff (git diff tests/golden) before committing it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace edc_test {
+
+// Compares text with tests/golden/<name>; reports the first differing line.
+void ExpectGolden(const std::string &name, const std::string &text);
+
+// Reads tests/data/<name> as lines, skipping blank lines and lines starting
+// with '#'; each line split at tab characters.
+std::vector<std::vector<std::string>> ReadTable(const std::string &name);
+
+}  // namespace edc_test
