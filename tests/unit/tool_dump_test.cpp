@@ -36,8 +36,8 @@ std::string HexForm(const std::vector<uint8_t> &bytes, bool edid_decode) {
 }
 
 // The reader on every corpus EDID; the tool itself, with each option and
-// form, on every tenth (on all with EDC_TOOL_FULL_CORPUS=1: about 20 s, a
-// minute under the sanitizers).
+// form, on every tenth (on all with EDC_TOOL_FULL_CORPUS=1: about 20 s, and
+// 100 s under the sanitizers).
 TEST(ToolDump, ReadsEveryCorpusEdidInEachFormAsPrintEdidPrintsIt) {
   char dir[] = "/tmp/edc_dump_XXXXXX";
   ASSERT_NE(mkdtemp(dir), nullptr);
