@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds the library and the tool, and runs the tool
-# on the bundled examples.
+# Installs what is missing, builds the library and the tool, prints the
+# tool's version and dumps a bundled television EDID (summary form).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/setup.sh
@@ -8,3 +8,5 @@ cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DEDC_BUILD_TESTS=OFF >/d
 cmake --build build/release -j"$(nproc)" >/dev/null
 tool=build/release/edid-composer
 "$tool" --version
+echo
+"$tool" dump --summary examples/sony-tv.bin

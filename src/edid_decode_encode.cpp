@@ -1114,5 +1114,311 @@ constexpr short_video_desc_t _3d_man_modes[5] = {
 // Text dump
 // ===========================================================================
 
+// Two forms of one decoded record: a summary of what matters for composing
+// an HDMI EDID (identity, video formats, 4Kx2K and 3D modes, audio,
+// physical address) and a full dump of every decoded field. Column
+// alignment is part of the text: log readers and scripts match these lines.
 
+namespace {
 
+constexpr const char *kPrintEdidStruct = "print_edid_struct";
+
+// HDMI_VIC codes held by the record (HDMI 1.4b: HDMI_VIC_LEN is 3 bits).
+constexpr uint32_t kMaxHdmiVicCodes = sizeof(edid_t::hdmi_vic) / sizeof(edid_t::hdmi_vic[0]);
+
+int32_t as_int(uint32_t value) {
+  return static_cast<int32_t>(value);
+}
+
+const char *yes_no(uint32_t flag, const char *yes, const char *no) {
+  return flag ? yes : no;
+}
+
+// One of the record's lists, with the names its reports give it.
+struct dump_list {
+  ll_list_t edid_t::*member;
+  const char *name;
+  const char *type;
+};
+constexpr dump_list kVideoList = {&edid_t::video_list, "&edid->video_list", "short_video_desc_t"};
+constexpr dump_list kAudioList = {&edid_t::audio_list, "&edid->audio_list", "short_audio_desc_t"};
+constexpr dump_list kStdTimings = {&edid_t::std_timings, "&edid->std_timings", "std_timing_t"};
+constexpr dump_list kDtdList = {&edid_t::dtd_list, "&edid->dtd_list", "detailed_timing_t"};
+
+// Checks a list before it is walked and returns how many elements it holds.
+// A list of another element type is reported and walked all the same.
+int32_t checked_size(ll_list_t *list, const dump_list &which) {
+  if (list == nullptr) {
+    LOG_BUG_AS(kPrintEdidStruct, "The list:%s of type:%s is NULL.", which.name, which.type);
+    return 0;
+  }
+  if (!ll_verify_list_type(list, which.type))
+    LOG_ERROR_AS(kPrintEdidStruct, "The list types don't match.%s", "");
+  return ll_size(list);
+}
+
+// Calls visit(index, element) for each element, head to tail.
+template <typename T, typename Visit>
+void for_each_element(ll_list_t *list, int32_t size, Visit &&visit) {
+  for (int32_t i = 0; i < size; ++i) {
+    void *data = nullptr;
+    if (!ll_entry_at(list, i, &data)) return;
+    visit(i, *static_cast<const T *>(data));
+  }
+}
+
+// A video format line: indent, VIC, its name, the 3D structure names and
+// "Native" (or nothing).
+void print_video_format(const char *indent, uint32_t vic, uint32_t stereo, const char *native) {
+  printf("%s%d\t%s ", indent, as_int(vic), short_video_timing_string(vic));
+  print_stereo_type(stereo);
+  printf(" %s\n", native);
+}
+
+// The five formats that an HDMI 1.4b sink setting 3D_present supports.
+void print_mandatory_3d_rows(const char *indent) {
+  for (const short_video_desc_t &mode : _3d_man_modes) {
+    printf("%s%d\t%s ", indent, as_int(mode.vic), short_video_timing_string(mode.vic));
+    print_stereo_type(mode.stereo);
+    printf("\n");
+  }
+}
+
+void print_video_formats(ll_list_t *list, int32_t size, const char *indent) {
+  for_each_element<short_video_desc_t>(list, size, [&](int32_t, const short_video_desc_t &svd) {
+    print_video_format(indent, svd.vic, svd.stereo, yes_no(svd.native, "Native", ""));
+  });
+}
+
+void print_audio_formats(ll_list_t *list, int32_t size, const char *indent) {
+  for_each_element<short_audio_desc_t>(list, size, [&](int32_t, const short_audio_desc_t &sad) {
+    printf("%s", indent);
+    short_audio_desc_t copy = sad;
+    print_audio_structure(&copy);
+  });
+}
+
+uint32_t hdmi_vic_count(const edid_t &edid) {
+  return edid.hdmi_vic_len < kMaxHdmiVicCodes ? edid.hdmi_vic_len : kMaxHdmiVicCodes;
+}
+
+void print_summary(edid_t *edid) {
+  printf("\tManufacter   : %s\n", edid->manufacturer_id);
+  if (edid->monitor_name[0] != '\0') printf("\tMonitor Name : \"%s\"\n", edid->monitor_name);
+  printf("\tSerial Number: %d\n", as_int(edid->serial));
+  if (edid->monitor_serial[0] != '\0') printf("\tSerial String: \"%s\"\n", edid->monitor_serial);
+  if (edid->monitor_data[0] != '\0') printf("\tData String  : \"%s\"\n", edid->monitor_data);
+
+  ll_list_t *video = &(edid->*kVideoList.member);
+  const int32_t video_size = checked_size(video, kVideoList);
+  printf("\n\tVics:\n");
+  print_video_formats(video, video_size, "\t  ");
+  if (edid->hdmi_vic_len != 0) {
+    printf("\n\t4k x 2k Modes:\n");
+    for (uint32_t i = 0; i < hdmi_vic_count(*edid); ++i)
+      printf("\t  %d\t%s\n", as_int(edid->hdmi_vic[i]), hdmi_vic_string(as_int(edid->hdmi_vic[i])));
+  }
+  if (edid->present_3d) {
+    printf("\n\tMandatory 3D modes:\n");
+    print_mandatory_3d_rows("\t  ");
+  }
+  ll_list_t *audio = &(edid->*kAudioList.member);
+  const int32_t audio_size = checked_size(audio, kAudioList);
+  if (audio_size > 0) {
+    printf("\n\tAudio:\n");
+    print_audio_formats(audio, audio_size, "\t  ");
+  }
+  const physical_address_t &a = edid->address;
+  printf("\n\tAddress=%d.%d.%d.%d\n", a.a, a.b, a.c, a.d);
+}
+
+void print_identity(const edid_t &edid) {
+  printf("Version.Revision    = %d.%d\n", edid.version, edid.revision);
+  printf("Manufacture Name    = %s\n", edid.manufacturer_id);
+  if (edid.monitor_name[0] != '\0') printf("Monitor name        = \"%s\"\n", edid.monitor_name);
+  printf("Serial Number       = 0x%x\n", edid.serial);
+  if (edid.monitor_serial[0] != '\0') printf("Serial String       = \"%s\"\n", edid.monitor_serial);
+  if (edid.monitor_data[0] != '\0') printf("Monitor data        = \"%s\"\n", edid.monitor_data);
+  printf("Product Code        = 0x%x\n", edid.product_id);
+  printf("Week of manufacture = %u\n", static_cast<unsigned>(edid.week));
+  printf("Year of manufacture = %u\n", edid.year);
+}
+
+// Gamma is stored as gamma x 100 - 100; the hundredths are not zero-padded,
+// so a stored 5 (gamma 1.05) reads 1.5.
+void print_display_parameters(const edid_t &edid) {
+  const uint32_t gamma = edid.gamma + 100;
+  printf("Gamma               = %d.%d\n", as_int(gamma / 100), as_int(gamma % 100));
+  if (edid.h_size_cm == 0 || edid.v_size_cm == 0) {
+    printf("Horizontal/Vertical image sizes are set to 0.\n");
+  } else {
+    printf("Horizontal size     = %d cm (%d in)\n", edid.h_size_cm, edid.h_size_cm * 50 / 127);
+    printf("Vertical size       = %d cm (%d in)\n", edid.v_size_cm, edid.v_size_cm * 50 / 127);
+  }
+  printf("\nPower Management\n");
+  printf("\tStand-by              = %s\n", yes_no(edid.standby, "supported", "unsupported"));
+  printf("\tSuspend               = %s\n", yes_no(edid.suspend, "supported", "unsupported"));
+  printf("\tActive-off            = %s\n", yes_no(edid.active_off, "supported", "unsupported"));
+  printf("\tStandard colorspace   = %s\n", yes_no(edid.standard_colorspace, "true", "false"));
+  printf("\tPreferred timing mode = %s\n", yes_no(edid.preferred_timing, "true", "false"));
+  printf("\tGTF                   = %s\n", yes_no(edid.gtf, "supported", "unsupported"));
+}
+
+// The chromaticity coordinates are decoded but not shown.
+void print_timing_bitmaps(const edid_t &edid) {
+  printf("\nColorimetry:\n");
+  print_est_man_type(as_int(edid.established_timings_1), est_timing_1_string,
+                     "Established Timings 1");
+  print_est_man_type(as_int(edid.established_timings_2), est_timing_2_string,
+                     "Established Timings 2");
+  print_est_man_type(as_int(edid.manufacturer_timings), man_timing_string, "Manufacturer Timings");
+}
+
+// Height of a standard timing from its aspect code (E-EDID 1.3 section 3.9:
+// 1:1, 4:3, 5:4, 16:9), truncated; -1 for a code outside them.
+int64_t std_timing_height(const std_timing_t &timing) {
+  constexpr struct {
+    uint32_t numerator, denominator;
+  } kHeightPerWidth[] = {{1, 1}, {3, 4}, {4, 5}, {9, 16}};
+  if (timing.aspect_ratio >= std::size(kHeightPerWidth)) return -1;
+  const auto &f = kHeightPerWidth[timing.aspect_ratio];
+  return timing.h_active * f.numerator / f.denominator;
+}
+
+void print_standard_timings(edid_t *edid) {
+  ll_list_t *list = &(edid->*kStdTimings.member);
+  const int32_t size = checked_size(list, kStdTimings);
+  printf("\nStandard Timings: - %d timings\n", size);
+  for_each_element<std_timing_t>(list, size, [](int32_t, const std_timing_t &timing) {
+    printf("\t%dx", as_int(timing.h_active));
+    const int64_t height = std_timing_height(timing);
+    if (height >= 0) printf("%d", as_int(static_cast<uint32_t>(height)));
+    printf("p%d\n", as_int(timing.refresh_rate));
+  });
+}
+
+// Entries keep their list position as number, so a skipped (invalid) entry
+// leaves a gap in the numbering.
+void print_detailed_timings(edid_t *edid) {
+  ll_list_t *list = &(edid->*kDtdList.member);
+  const int32_t size = checked_size(list, kDtdList);
+  printf("\nDetailed Timing Descriptions: - %d timings\n", size);
+  for_each_element<detailed_timing_t>(list, size, [](int32_t index, const detailed_timing_t &t) {
+    if (!t.valid) return;
+    const auto inches = [](uint32_t mm) { return as_int(mm * 5 / 127); };
+    const uint32_t refresh =
+        calculate_refresh_rate(t.pixel_clock, t.h_active, t.h_blanking, t.v_active, t.v_blanking);
+    // v_active is one field's lines for an interlaced timing.
+    const uint32_t lines = t.progressive ? t.v_active : t.v_active * 2;
+    printf("Timing %d: %dx%d%s%d\n", index, as_int(t.h_active), as_int(lines),
+           t.progressive ? "p" : "i", as_int(refresh));
+    printf("\tPixel Clock:     %d\n", as_int(t.pixel_clock));
+    printf("\tRefresh Rate:    %d\n", as_int(refresh));
+    printf("\tH Active:        %d\n", as_int(t.h_active));
+    printf("\tH Blanking:      %d\n", as_int(t.h_blanking));
+    printf("\tV Active:        %d\n", as_int(t.v_active));
+    printf("\tV Blanking:      %d\n", as_int(t.v_blanking));
+    printf("\tH sync offset:   %d\n", as_int(t.h_sync_offset));
+    printf("\tH sync width:    %d\n", as_int(t.h_sync_width));
+    printf("\tV sync offset:   %d\n", as_int(t.v_sync_offset));
+    printf("\tV sync width:    %d\n", as_int(t.v_sync_width));
+    printf("\tH image size:    %d mm (%d in)\n", as_int(t.h_image_size), inches(t.h_image_size));
+    printf("\tV image size:    %d mm (%d in)\n", as_int(t.v_image_size), inches(t.v_image_size));
+    printf("\tH Border:        %d\n", t.h_border);
+    printf("\tV Border:        %d\n", t.v_border);
+    printf("\tScan:            %s\n", yes_no(t.progressive, "Progressive", "Interlaced"));
+    printf("\tStereo:          %s\n", yes_no(t.stereo, "Yes", "No"));
+    printf("\tH sync:          %s\n", yes_no(t.h_sync_positive, "Positive", "Negative"));
+    printf("\tV sync:          %s\n", yes_no(t.v_sync_positive, "Positive", "Negative"));
+  });
+}
+
+// Printed whether or not the base block had a range limits descriptor.
+void print_monitor_limits(const edid_t &edid) {
+  printf("\nMonitor Limits:\n");
+  printf("\tMin Vertical Rate:   %d Hz\n", edid.min_v_rate);
+  printf("\tMax Vertical Rate:   %d Hz\n", edid.max_v_rate);
+  printf("\tMin Horizontal Rate: %d KHz\n", edid.min_h_rate);
+  printf("\tMax Horizontal Rate: %d KHz\n", edid.max_h_rate);
+  printf("\tMax Pixel Clock:     %d MHz\n", as_int(edid.max_pixel_clock));
+  printf("Number of extension blocks = %d\n", edid.num_extensions);
+}
+
+void print_extension_formats(edid_t *edid) {
+  ll_list_t *video = &(edid->*kVideoList.member);
+  const int32_t video_size = checked_size(video, kVideoList);
+  printf("\nShort Video Codes: Num:%d\n", video_size);
+  print_video_formats(video, video_size, "\t");
+  if (edid->present_3d) {
+    printf("\nMandatory 3D modes: Num:%d\n",
+           as_int(static_cast<uint32_t>(std::size(_3d_man_modes))));
+    print_mandatory_3d_rows("\t");
+  }
+  if (edid->hdmi_vic_len != 0) {
+    printf("\n4k x 2k Modes: Num:%d\n", edid->hdmi_vic_len);
+    for (uint32_t i = 0; i < hdmi_vic_count(*edid); ++i)
+      printf("\t%d\t%s\n", as_int(edid->hdmi_vic[i]), hdmi_vic_string(as_int(edid->hdmi_vic[i])));
+  }
+  ll_list_t *audio = &(edid->*kAudioList.member);
+  const int32_t audio_size = checked_size(audio, kAudioList);
+  printf("\nShort Audio Codes: Num:%d\n", audio_size);
+  print_audio_formats(audio, audio_size, "\t");
+  printf("\nSpeaker config    = ");
+  print_speaker(edid->speaker[0], edid->speaker[1], edid->speaker[2]);
+}
+
+// Underscan and basic audio come from the CEA extension header but are shown
+// only with the HDMI vendor block.
+void print_hdmi_block(const edid_t &edid) {
+  if (edid.hdmi_vsdb_present) {
+    const physical_address_t &a = edid.address;
+    printf("Address           = %d.%d.%d.%d\n", a.a, a.b, a.c, a.d);
+    printf("Supports AI       = %s\n", yes_no(edid.supports_ai, "true", "false"));
+    printf("Bits per pixel    = %s%s%s%s\n", yes_no(edid.dc_48bit, "48bits ", ""),
+           yes_no(edid.dc_36bit, "36bits ", ""), yes_no(edid.dc_30bit, "30bits ", ""),
+           yes_no(edid.dc_y444, "Y444 ", ""));
+    printf("Supports Dual DVI = %s\n", yes_no(edid.dvi_dual, "true", "false"));
+    printf("Max TMDS Clock    = %d\n", as_int(edid.max_tmds_clock));
+    printf("CNC0              = %d\n", edid.cnc0);
+    printf("CNC1              = %d\n", edid.cnc1);
+    printf("CNC2              = %d\n", edid.cnc2);
+    printf("CNC3              = %d\n", edid.cnc3);
+    printf("Underscan support = %s\n", yes_no(edid.underscan, "true", "false"));
+    printf("Basic audio       = %s\n", yes_no(edid.basic_audio, "true", "false"));
+  }
+  if (edid.xvycc601 || edid.xvycc709)
+    printf("Additional Colorimetry: %s%s\n", yes_no(edid.xvycc601, "xvYCC601 ", ""),
+           yes_no(edid.xvycc709, "xvYCC709 ", ""));
+}
+
+void print_full(edid_t *edid) {
+  print_identity(*edid);
+  print_display_parameters(*edid);
+  print_timing_bitmaps(*edid);
+  print_standard_timings(edid);
+  print_detailed_timings(edid);
+  print_monitor_limits(*edid);
+  print_extension_formats(edid);
+  print_hdmi_block(*edid);
+}
+
+}  // namespace
+
+extern "C" {
+
+// The full form shows the decoded fields only of a record whose base block
+// header was recognised; the summary is printed whatever the record holds.
+uint8_t print_edid_struct(edid_t *edid, uint8_t summary, const char *title) {
+  if (edid == nullptr) {
+    LOG_BUG("\"edid\" parameter is NULL. edid:%p", static_cast<void *>(edid));
+    return 0;
+  }
+  printf("%s\n", title != nullptr ? title : "");
+  if (summary)
+    print_summary(edid);
+  else if (edid->valid)
+    print_full(edid);
+  return 1;
+}
+
+}  // extern "C"
