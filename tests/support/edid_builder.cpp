@@ -248,7 +248,36 @@ void Store(void *base, std::span<const FieldRef> fields, std::istream &in) {
   }
 }
 
+// The values of the fields, as text.
+std::string Load(const void *base, std::span<const FieldRef> fields) {
+  std::string text;
+  for (const FieldRef &f : fields) {
+    for (size_t i = 0; i < f.count; ++i) {
+      uint64_t value = 0;
+      memcpy(&value, static_cast<const uint8_t *>(base) + f.offset + i * f.size, f.size);
+      text += " " + std::to_string(value);
+    }
+  }
+  return text;
+}
+
 }  // namespace
+
+std::vector<std::string> RecordLines(edid_t *edid) {
+  std::vector<std::string> lines;
+  for (const FieldRef &f : kEdidFields) lines.push_back(f.name + Load(edid, {&f, 1}));
+  for (const FieldRef &f : kTextFields) {
+    const char *text = reinterpret_cast<const char *>(edid) + f.offset;
+    lines.push_back(std::string(f.name) + " \"" + std::string(text, strnlen(text, f.size)) + "\"");
+  }
+  for (const ListRef &l : kLists) {
+    for (int32_t i = 0; i < ll_size(&(edid->*l.list)); ++i) {
+      void *data = nullptr;
+      if (ll_entry_at(&(edid->*l.list), i, &data)) lines.push_back(l.name + Load(data, l.fields));
+    }
+  }
+  return lines;
+}
 
 bool ApplyRecordLine(const std::string &line, edid_t *edid) {
   std::istringstream in(line);
