@@ -181,16 +181,19 @@ PreparedEdid::~PreparedEdid() {
 namespace edc_test {
 namespace {
 
-// A field of a record or element: where it lies, the size of one value and
-// how many values (arrays).
+// A field of a record or element: where it lies, the size of one value, how
+// many values (arrays), and whether it is text.
 struct FieldRef {
   const char *name;
   size_t offset, size, count = 1;
+  bool text = false;
 };
-#define EDC_FIELD(type, f) \
-  { #f, offsetof(type, f), sizeof(type::f) }
+#define EDC_FIELD(t, f) \
+  { #f, offsetof(t, f), sizeof(t::f) }
 #define EDC_FIELDS(t, a, b, c) EDC_FIELD(t, a), EDC_FIELD(t, b), EDC_FIELD(t, c)
 #define EDC_FIELDS6(t, a, b, c, d, e, f) EDC_FIELDS(t, a, b, c), EDC_FIELDS(t, d, e, f)
+#define EDC_TEXT(f) \
+  { #f, offsetof(edid_t, f), 1, sizeof(edid_t::f), true }
 
 // clang-format off
 const FieldRef kEdidFields[] = {
@@ -207,9 +210,8 @@ const FieldRef kEdidFields[] = {
     EDC_FIELDS6(edid_t, interlaced_video_latency, interlaced_audio_latency, present_3d, image_size,
                 hdmi_vic_len, xvycc601),
     EDC_FIELD(edid_t, xvycc709), {"speaker", offsetof(edid_t, speaker), 1, 3},
-    {"address", offsetof(edid_t, address), 1, 4}, {"hdmi_vic", offsetof(edid_t, hdmi_vic), 4, 7}};
-const FieldRef kTextFields[] = {
-    EDC_FIELDS(edid_t, manufacturer_id, monitor_serial, monitor_data), EDC_FIELD(edid_t, monitor_name)};
+    {"address", offsetof(edid_t, address), 1, 4}, {"hdmi_vic", offsetof(edid_t, hdmi_vic), 4, 7},
+    EDC_TEXT(manufacturer_id), EDC_TEXT(monitor_serial), EDC_TEXT(monitor_data), EDC_TEXT(monitor_name)};
 const FieldRef kStdFields[] = {EDC_FIELDS(std_timing_t, h_active, aspect_ratio, refresh_rate)};
 const FieldRef kDtdFields[] = {
     EDC_FIELDS6(detailed_timing_t, valid, pixel_clock, h_active, h_blanking, h_sync_offset, h_sync_width),
@@ -235,27 +237,33 @@ const ListRef kLists[] = {
     {"svd", &edid_t::video_list, "short_video_desc_t", sizeof(short_video_desc_t), kSvdFields},
     {"sad", &edid_t::audio_list, "short_audio_desc_t", sizeof(short_audio_desc_t), kSadFields}};
 
-// Stores the numbers read from in into the fields, in order (little-endian host).
+// Stores the values of text (numbers; a text field takes the whole text,
+// quotes keeping its blanks) into the fields, in order (little-endian host).
 static_assert(std::endian::native == std::endian::little);
-void Store(void *base, std::span<const FieldRef> fields, std::istream &in) {
+void Store(void *base, std::span<const FieldRef> fields, const std::string &text) {
+  std::istringstream in(text);
   for (const FieldRef &f : fields) {
-    for (size_t i = 0; i < f.count; ++i) {
-      std::string word;
-      if (!(in >> word)) return;
-      const uint64_t value = std::stoul(word, nullptr, 0);
-      memcpy(static_cast<uint8_t *>(base) + f.offset + i * f.size, &value, f.size);
+    uint8_t *at = static_cast<uint8_t *>(base) + f.offset;
+    const bool quoted = text.size() >= 2 && text[0] == '"';
+    const std::string value = quoted ? text.substr(1, text.size() - 2) : text;
+    if (f.text) memset(at, 0, f.count), memcpy(at, value.data(), std::min(value.size(), f.count));
+    std::string word;
+    for (size_t i = 0; !f.text && i < f.count && in >> word; ++i) {
+      const uint64_t number = std::stoul(word, nullptr, 0);
+      memcpy(at + i * f.size, &number, f.size);
     }
   }
 }
 
-// The values of the fields, as text.
 std::string Load(const void *base, std::span<const FieldRef> fields) {
   std::string text;
   for (const FieldRef &f : fields) {
-    for (size_t i = 0; i < f.count; ++i) {
-      uint64_t value = 0;
-      memcpy(&value, static_cast<const uint8_t *>(base) + f.offset + i * f.size, f.size);
-      text += " " + std::to_string(value);
+    const auto *at = static_cast<const char *>(base) + f.offset;
+    if (f.text) text += " \"" + std::string(at, strnlen(at, f.count)) + "\"";
+    for (size_t i = 0; !f.text && i < f.count; ++i) {
+      uint64_t number = 0;
+      memcpy(&number, at + i * f.size, f.size);
+      text += " " + std::to_string(number);
     }
   }
   return text;
@@ -266,10 +274,6 @@ std::string Load(const void *base, std::span<const FieldRef> fields) {
 std::vector<std::string> RecordLines(edid_t *edid) {
   std::vector<std::string> lines;
   for (const FieldRef &f : kEdidFields) lines.push_back(f.name + Load(edid, {&f, 1}));
-  for (const FieldRef &f : kTextFields) {
-    const char *text = reinterpret_cast<const char *>(edid) + f.offset;
-    lines.push_back(std::string(f.name) + " \"" + std::string(text, strnlen(text, f.size)) + "\"");
-  }
   for (const ListRef &l : kLists) {
     for (int32_t i = 0; i < ll_size(&(edid->*l.list)); ++i) {
       void *data = nullptr;
@@ -283,40 +287,24 @@ bool ApplyRecordLine(const std::string &line, edid_t *edid) {
   std::istringstream in(line);
   std::string key, rest;
   in >> key;
-  int repeat = 1;
-  if (key.size() > 1 && key.back() == 'x' && isdigit(key[0])) {
-    repeat = std::stoi(key);
-    in >> key;
-  }
+  const int repeat = isdigit(key[0]) && key.back() == 'x' ? std::stoi(key) : 1;
+  if (repeat != 1 || key == "1x") in >> key;
   std::getline(in >> std::ws, rest);
   bool known = false;
-  for (int n = 0; n < repeat; ++n) {
-    std::istringstream values(rest);
-    for (const ListRef &l : kLists) {
-      ll_list_t *list = &(edid->*l.list);
-      if (key == "clear" && rest == l.name) {
-        known = ll_delete_list(list) && ll_init(list, l.type);
-      } else if (key == l.name) {
-        ll_entry_t *entry = nullptr;
-        void *data = nullptr;
-        known = ll_create_entry(static_cast<int32_t>(l.size), &entry, &data, l.type);
-        if (known) Store(data, l.fields, values);
-        known = known && ll_add_entry_to_back(list, entry);
-      }
+  for (const ListRef &l : kLists) {
+    ll_list_t *list = &(edid->*l.list);
+    if (key == "clear" && rest == l.name) known = ll_delete_list(list) && ll_init(list, l.type);
+    for (int n = 0; key == l.name && n < repeat; ++n) {
+      ll_entry_t *entry = nullptr;
+      void *data = nullptr;
+      known = ll_create_entry(static_cast<int32_t>(l.size), &entry, &data, l.type);
+      if (known) Store(data, l.fields, rest);
+      known = known && ll_add_entry_to_back(list, entry);
     }
-    for (const FieldRef &f : kTextFields) {
-      if (key != f.name) continue;
-      const std::string text =
-          rest.size() >= 2 && rest[0] == '"' ? rest.substr(1, rest.size() - 2) : rest;
-      char *field = reinterpret_cast<char *>(edid) + f.offset;
-      memset(field, 0, f.size);
-      memcpy(field, text.data(), std::min(text.size(), f.size));
-      known = true;
-    }
-    for (const FieldRef &f : kEdidFields) {
-      if (key == f.name) Store(edid, {&f, 1}, values);
-      known = known || key == f.name;
-    }
+  }
+  for (const FieldRef &f : kEdidFields) {
+    if (key == f.name) Store(edid, {&f, 1}, rest);
+    known = known || key == f.name;
   }
   return known;
 }
