@@ -1161,8 +1161,8 @@ constexpr unsigned kSvdNativeBit = 7;
 constexpr int32_t kMaxSads = 10;
 constexpr uint32_t kSadSize = 3;
 constexpr short_audio_desc_t kDefaultSad = {kAudioLpcm, 2, 0x07, 0x05, 0, 0, 0};
-// Short audio descriptor byte 3 of an extension type (format code 15):
-// the type code 1..3 in bits 7-3 (HE AAC, HE AAC v2, MPEG Surround).
+// Extension types are kept as formats 16..18 and written as format 15 with
+// the type code 1..3 in byte 3 bits 7-3 (HE AAC, HE AAC v2, MPEG Surround).
 constexpr uint32_t kAudioExtensionLast = kAudioExtensionBase + kAudioLastExtensionCode;
 // Colorimetry data block: byte 2 bit 0 xvYCC601, bit 1 xvYCC709; byte 3
 // metadata profile MD0.
