@@ -203,7 +203,8 @@ const FieldRef kEdidFields[] = {
     EDC_FIELDS6(edid_t, red_y, green_x, green_y, blue_x, blue_y, white_x),
     EDC_FIELDS6(edid_t, white_y, established_timings_1, established_timings_2, manufacturer_timings,
                 min_v_rate, max_v_rate),
-    EDC_FIELDS6(edid_t, min_h_rate, max_h_rate, max_pixel_clock, num_extensions, checksum, underscan),
+    EDC_FIELDS6(edid_t, min_h_rate, max_h_rate, max_pixel_clock, num_extensions, checksum,
+                underscan),
     EDC_FIELDS6(edid_t, basic_audio, ycbcr444, ycbcr422, hdmi_vsdb_present, dc_48bit, dc_36bit),
     EDC_FIELDS6(edid_t, dc_30bit, dc_y444, dvi_dual, max_tmds_clock, supports_ai, cnc0),
     EDC_FIELDS6(edid_t, cnc1, cnc2, cnc3, hdmi_video_present, video_latency, audio_latency),
@@ -211,16 +212,20 @@ const FieldRef kEdidFields[] = {
                 hdmi_vic_len, xvycc601),
     EDC_FIELD(edid_t, xvycc709), {"speaker", offsetof(edid_t, speaker), 1, 3},
     {"address", offsetof(edid_t, address), 1, 4}, {"hdmi_vic", offsetof(edid_t, hdmi_vic), 4, 7},
-    EDC_TEXT(manufacturer_id), EDC_TEXT(monitor_serial), EDC_TEXT(monitor_data), EDC_TEXT(monitor_name)};
+    EDC_TEXT(manufacturer_id), EDC_TEXT(monitor_serial), EDC_TEXT(monitor_data),
+    EDC_TEXT(monitor_name)};
 const FieldRef kStdFields[] = {EDC_FIELDS(std_timing_t, h_active, aspect_ratio, refresh_rate)};
 const FieldRef kDtdFields[] = {
-    EDC_FIELDS6(detailed_timing_t, valid, pixel_clock, h_active, h_blanking, h_sync_offset, h_sync_width),
-    EDC_FIELDS6(detailed_timing_t, h_border, v_active, v_blanking, v_sync_offset, v_sync_width, v_border),
+    EDC_FIELDS6(detailed_timing_t, valid, pixel_clock, h_active, h_blanking, h_sync_offset,
+                h_sync_width),
+    EDC_FIELDS6(detailed_timing_t, h_border, v_active, v_blanking, v_sync_offset, v_sync_width,
+                v_border),
     EDC_FIELDS6(detailed_timing_t, h_image_size, v_image_size, progressive, stereo, h_sync_positive,
                 v_sync_positive)};
 const FieldRef kSvdFields[] = {EDC_FIELDS(short_video_desc_t, native, vic, stereo)};
 const FieldRef kSadFields[] = {
-    EDC_FIELDS6(short_audio_desc_t, format, channels, sample_rates, bit_depths, max_bitrate, format_value),
+    EDC_FIELDS6(short_audio_desc_t, format, channels, sample_rates, bit_depths, max_bitrate,
+                format_value),
     EDC_FIELD(short_audio_desc_t, profile)};
 // clang-format on
 
