@@ -1108,7 +1108,649 @@ constexpr short_video_desc_t _3d_man_modes[5] = {
 
 }  // extern "C"
 
+namespace {
 
+constexpr const char *kEncodeEdid = "encode_edid";
+
+// The encoder writes exactly one base block and one CEA-861 extension.
+constexpr int32_t kEncodedSize = 2 * static_cast<int32_t>(kBlockSize);
+
+// VESA E-EDID 1.3 base block, as the encoder fills it (offsets above).
+// byte 0x14, video input definition: always digital (bit 7)
+constexpr uint8_t kDigitalInput = 0x80;
+// bytes 0x15-0x16: a record without a screen size gets a 16:9 one
+constexpr uint8_t kDefaultWidthCm = 160;
+constexpr uint8_t kDefaultHeightCm = 90;
+// byte 0x18 bits 4-3, display type: 01 RGB colour
+constexpr uint32_t kRgbColourDisplay = 1;
+// Manufacturer letters: 'A' is code 1.
+constexpr int kLetterBase = 64;
+// The two detailed timings of the base block, at 0x36 and 0x48; the display
+// descriptors follow from 0x5A at a running position.
+constexpr size_t kBaseDtds = 2;
+// Text descriptors: 13 characters from byte 5, a line feed after the text,
+// blanks after that.
+constexpr uint8_t kTextEnd = 0x0A;
+constexpr uint8_t kTextPad = 0x20;
+// Range limits descriptor (E-EDID 1.3 section 3.10.3.3): byte 10, no
+// secondary timing formula; bytes 11-17, a line feed and blanks.
+constexpr uint8_t kNoSecondaryTiming = 0x00;
+// The number of extensions announced at the running position.
+constexpr uint8_t kOneExtension = 1;
+
+// CEA-861 extension, as the encoder fills it.
+// byte 3: bit 7 underscan; bits 6-4 basic audio, YCbCr 4:4:4 and 4:2:2,
+// always claimed; bits 3-0 the number of detailed timings written in both
+// blocks (native formats)
+constexpr uint32_t kAlwaysSupported = 0x7;
+constexpr uint32_t kTimingsWritten = kBaseDtds + 1;
+// The extension's one detailed timing is always VIC 1, 640x480p.
+constexpr uint32_t kExtensionDtdVic = 1;
+// Byte 0x7F of the extension is its checksum: nothing else goes there.
+constexpr size_t kExtensionContentEnd = kBlockSize + kChecksum;
+
+// Data block sizes: a payload length is 5 bits.
+constexpr uint32_t kMaxBlockLength = 31;
+// Video data block: at most 32 short video descriptors; an empty list
+// offers VIC 1. Bit 7 of a descriptor marks a native format.
+constexpr int32_t kMaxSvds = 32;
+constexpr uint8_t kDefaultSvd = 1;
+constexpr unsigned kSvdNativeBit = 7;
+// Audio data block: at most 10 short audio descriptors of 3 bytes; an empty
+// list offers 2-channel LPCM at 32, 44.1 and 48 kHz, 16 and 24 bits.
+constexpr int32_t kMaxSads = 10;
+constexpr uint32_t kSadSize = 3;
+constexpr short_audio_desc_t kDefaultSad = {kAudioLpcm, 2, 0x07, 0x05, 0, 0, 0};
+// Extension types are kept as formats 16..18 and written as format 15 with
+// the type code 1..3 in byte 3 bits 7-3 (HE AAC, HE AAC v2, MPEG Surround).
+constexpr uint32_t kAudioExtensionLast = kAudioExtensionBase + kAudioLastExtensionCode;
+// Colorimetry data block: byte 2 bit 0 xvYCC601, bit 1 xvYCC709; byte 3
+// metadata profile MD0.
+constexpr uint8_t kColorimetryMd0 = 0x01;
+constexpr uint32_t kColorimetryLength = 3;
+
+// HDMI vendor block, as written: the IEEE OUI, least significant byte first.
+constexpr std::array<uint8_t, 3> kHdmiOuiBytes = {0x03, 0x0C, 0x00};
+static_assert((kHdmiOuiBytes[0] | kHdmiOuiBytes[1] << 8 | kHdmiOuiBytes[2] << 16) == kHdmiOui);
+// The 3D entries (HDMI 1.4b section 8.3.2, 2D_VIC_order) name one of the
+// first 16 video formats.
+constexpr int32_t kMax3dFormats = 16;
+
+// Latency bytes (HDMI 1.4b section 8.3.2): (ms / 2) + 1 up to 500 ms, 255
+// for "not supported".
+constexpr uint16_t kLatencyNotSupported = 65535;
+constexpr uint16_t kMaxLatencyMs = 500;
+constexpr uint8_t kLatencyNotSupportedByte = 255;
+
+// The per-format 3D entries written for each stereo bit, in the order they
+// are written: 3D_Structure (HDMI 1.4b table 8-21) and the trace label.
+// Side-by-side (half) carries a 3D_Detail byte (0: any subsampling).
+struct structure_3d {
+  uint32_t stereo;
+  uint8_t structure;
+  const char *label;
+};
+constexpr std::array<structure_3d, 8> k3dEntryOrder = {{
+    {EDID_STEREO_FP, 0, "FP"},
+    {EDID_STEREO_FA, 1, "FA"},
+    {EDID_STEREO_LA, 2, "LA"},
+    {EDID_STEREO_SSF, 3, "SBSF"},
+    {EDID_STEREO_LD, 4, "LD"},
+    {EDID_STEREO_LDG, 5, "LDGD"},
+    {EDID_STEREO_SSH, 8, "SBSH"},
+    {EDID_STEREO_TBH, 6, "TBH"},
+}};
+constexpr uint8_t k3dDetailAny = 0x00;
+
+// The largest extension the rules below can make: speaker, 32 video and 10
+// audio descriptors, a full vendor block, colorimetry and one detailed
+// timing all fit in front of the checksum. Only the serial number
+// descriptor may find no room.
+static_assert(kCeaDataBlocks + (1 + 3) + (1 + kMaxSvds) + (1 + kMaxSads * kSadSize) +
+                  (1 + kMaxBlockLength) + (1 + kColorimetryLength) + kDescriptorSize <=
+              kChecksum);
+
+// The output as it is laid down: a running position in the caller's 256
+// bytes. Callers check the room for what they write; put() never writes
+// past the end whatever they do.
+struct edid_writer {
+  std::span<uint8_t> out;
+  size_t at = 0;
+
+  void put(uint8_t byte) {
+    if (at < out.size()) out[at] = byte;
+    ++at;
+  }
+  uint8_t *here() { return out.data() + at; }
+};
+
+uint8_t low_byte(uint32_t value) {
+  return static_cast<uint8_t>(value & 0xFF);
+}
+
+uint8_t data_block_header(uint32_t tag, uint32_t length) {
+  return put_bits(tag, 7, 5) | put_bits(length, 4, 0);
+}
+
+// The length of the text that a display descriptor holds: at most 13
+// characters, trailing blanks and NULs trimmed down to the first. 0 when no
+// descriptor is written: the text starts with a blank or is shorter than 2
+// characters. Reads at most 13 bytes of text.
+size_t display_text_length(const char *text) {
+  if (strnlen(text, 2) < 2 || text[0] == ' ') return 0;
+  size_t length = strnlen(text, kDescriptorTextSize);
+  while (length > 1 && (text[length - 1] == ' ' || text[length - 1] == '\0')) --length;
+  return length;
+}
+
+// bytes 0x08-0x13: three 5-bit letter codes big-endian, product code and
+// serial number little-endian, week, year - 1990, version and revision.
+void encode_vendor_product(const edid_t *edid, uint8_t *block) {
+  int codes[3];
+  for (size_t i = 0; i < 3; ++i) {
+    const int c = static_cast<unsigned char>(edid->manufacturer_id[i]);
+    codes[i] = (c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c) - kLetterBase;
+  }
+  block[kManufacturerId] = static_cast<uint8_t>(codes[0] * 4 + codes[1] / 8);
+  block[kManufacturerId + 1] = static_cast<uint8_t>(codes[1] * 32 + codes[2]);
+  block[kProductCode] = low_byte(edid->product_id);
+  block[kProductCode + 1] = low_byte(edid->product_id >> 8);
+  for (size_t i = 0; i < 4; ++i) block[kSerialNumber + i] = low_byte(edid->serial >> (8 * i));
+  block[kWeek] = edid->week;
+  block[kYear] = low_byte(edid->year - kYearBase);
+  block[kVersion] = edid->version;
+  block[kRevision] = edid->revision;
+}
+
+void encode_display_parameters(const edid_t *edid, uint8_t *block) {
+  block[kVideoInput] = kDigitalInput;
+  const bool sized = edid->h_size_cm != 0 && edid->v_size_cm != 0;
+  block[kHorizontalSize] = sized ? edid->h_size_cm : kDefaultWidthCm;
+  block[kVerticalSize] = sized ? edid->v_size_cm : kDefaultHeightCm;
+  block[kGamma] = low_byte(edid->gamma);
+  block[kFeatures] = put_bit(edid->standby, 7) | put_bit(edid->suspend, 6) |
+                     put_bit(edid->active_off, 5) | put_bits(kRgbColourDisplay, 4, 3) |
+                     put_bit(edid->standard_colorspace, 2) | put_bit(edid->preferred_timing, 1) |
+                     edid->gtf;
+}
+
+// The inverse of decode_chromaticity: two low bits of each coordinate in
+// bytes 0x19-0x1A, the high eight in 0x1B-0x22.
+void encode_chromaticity(const edid_t *edid, uint8_t *block) {
+  const uint32_t coordinates[8] = {edid->red_x,  edid->red_y,  edid->green_x, edid->green_y,
+                                   edid->blue_x, edid->blue_y, edid->white_x, edid->white_y};
+  for (unsigned i = 0; i < 8; ++i) {
+    const unsigned shift = 6 - 2 * (i % 4);
+    block[i < 4 ? kChromaLowRedGreen : kChromaLowBlueWhite] |=
+        put_bits(coordinates[i], shift + 1, shift);
+    block[kChromaHigh + i] = low_byte(coordinates[i] >> 2);
+  }
+}
+
+void encode_timing_bitmaps(const edid_t *edid, uint8_t *block) {
+  block[kEstablishedTimings1] = low_byte(edid->established_timings_1);
+  block[kEstablishedTimings2] = low_byte(edid->established_timings_2);
+  block[kManufacturerTimings] = low_byte(edid->manufacturer_timings);
+}
+
+// The first eight standard timings, unused slots 01 01 after them. A timing
+// that cannot be read leaves its slot 00 00 and fails the encoding, which
+// goes on.
+bool encode_standard_timings(edid_t *edid, uint8_t *block) {
+  bool ok = true;
+  const int32_t count = ll_size(&edid->std_timings);
+  for (int32_t slot = 0; slot < static_cast<int32_t>(kStandardTimingSlots); ++slot) {
+    uint8_t *pair = block + kStandardTimings + 2 * slot;
+    if (slot >= count) {
+      pair[0] = pair[1] = kUnusedStandardTiming;
+      continue;
+    }
+    void *data = nullptr;
+    if (!ll_entry_at(&edid->std_timings, slot, &data)) {
+      LOG_ERROR_AS(kEncodeEdid, "Failed to locate index #%d in the list.", slot);
+      ok = false;
+      continue;
+    }
+    const auto *timing = static_cast<const std_timing_t *>(data);
+    pair[0] = low_byte(timing->h_active / kStandardTimingWidthUnit - kStandardTimingWidthBias);
+    pair[1] =
+        low_byte((timing->refresh_rate - kStandardTimingRefreshBias) | timing->aspect_ratio << 6);
+  }
+  return ok;
+}
+
+bool encode_base_dtds(edid_t *edid, uint8_t *block) {
+  const int32_t count = ll_size(&edid->dtd_list);
+  if (count < static_cast<int32_t>(kBaseDtds)) {
+    LOG_ERROR_AS(kEncodeEdid, "The function expects there to be at least 2 DTDs. Total DTDs:%d",
+                 count);
+    return false;
+  }
+  for (int32_t i = 0; i < static_cast<int32_t>(kBaseDtds); ++i) {
+    void *data = nullptr;
+    if (!ll_entry_at(&edid->dtd_list, i, &data)) {
+      LOG_ERROR_AS(kEncodeEdid, "Failed to locate index #%d in the list.", i);
+      return false;
+    }
+    if (!_encode_edid_dtd(block + kDescriptors + kDescriptorSize * i,
+                          static_cast<detailed_timing_t *>(data))) {
+      LOG_ERROR_AS(kEncodeEdid, "Failed encoding DTD. index:%d Len:%d", i, count);
+      return false;
+    }
+  }
+  return true;
+}
+
+// Monitor name and, when every limit is given, range limits, from 0x5A on;
+// returns the position after them.
+size_t encode_display_descriptors(const edid_t *edid, uint8_t *block) {
+  size_t at = kDescriptors + kBaseDtds * kDescriptorSize;
+  at += static_cast<size_t>(
+      _encode_string(block + at, static_cast<int8_t>(kTagProductName), edid->monitor_name));
+  if (edid->max_v_rate == 0 || edid->min_v_rate == 0 || edid->max_h_rate == 0 ||
+      edid->min_h_rate == 0 || edid->max_pixel_clock == 0)
+    return at;
+  // All 18 bytes are written: a 13-character name left its line feed on the first.
+  uint8_t *limits = block + at;
+  memset(limits, 0, kDescriptorText);
+  limits[3] = kTagRangeLimits;
+  limits[5] = edid->min_v_rate;
+  limits[6] = edid->max_v_rate;
+  limits[7] = edid->min_h_rate;
+  limits[8] = edid->max_h_rate;
+  limits[9] = low_byte(edid->max_pixel_clock / kRangeClockUnitMhz);
+  limits[10] = kNoSecondaryTiming;
+  limits[11] = kTextEnd;
+  memset(limits + 12, kTextPad, kDescriptorSize - 12);
+  return at + kDescriptorSize;
+}
+
+// Speaker allocation data block: the three payload bytes as they stand.
+void encode_speaker_block(const edid_t *edid, edid_writer &out) {
+  out.put(data_block_header(kTagSpeakerAllocation, sizeof edid->speaker));
+  for (uint8_t byte : edid->speaker) out.put(byte);
+}
+
+// Video data block: the first 32 formats. A length field of 32 keeps only
+// its low 5 bits (0).
+bool encode_video_block(edid_t *edid, bool native_bit, edid_writer &out) {
+  const int32_t requested = ll_size(&edid->video_list);
+  if (requested > kMaxSvds - 1)
+    LOG_WARNING_AS(kEncodeEdid,
+                   "Requested too many short video descriptions. Truncating to the maximum "
+                   "allowed. Max:%d Requested:%d",
+                   kMaxSvds, requested);
+  const int32_t count = requested > kMaxSvds ? kMaxSvds : requested;
+  out.put(data_block_header(kTagVideo, static_cast<uint32_t>(count == 0 ? 1 : count)));
+  const size_t first = out.at;
+  if (count == 0) out.put(kDefaultSvd);
+  for (int32_t i = 0; i < count; ++i) {
+    void *data = nullptr;
+    if (!ll_entry_at(&edid->video_list, i, &data)) {
+      LOG_ERROR_AS(kEncodeEdid, "Failed trying to obtain index #%d list.", i);
+      return false;
+    }
+    const auto *svd = static_cast<const short_video_desc_t *>(data);
+    out.put(low_byte(svd->vic) | put_bit(svd->native && native_bit, kSvdNativeBit));
+  }
+  if (native_bit) out.out[first] |= put_bit(1, kSvdNativeBit);
+  return true;
+}
+
+// Audio data block: the first 10 formats, or the default one. Extension
+// types are rewritten to 15 in the record by _encode_edid_short_audio.
+bool encode_audio_block(edid_t *edid, edid_writer &out) {
+  const int32_t requested = ll_size(&edid->audio_list);
+  if (requested > kMaxSads)
+    LOG_WARNING_AS(kEncodeEdid,
+                   "Requested too many short audio descriptions. Truncating to the maximum "
+                   "allowed. Max:%d Requested:%d",
+                   kMaxSads, requested);
+  const int32_t count = requested > kMaxSads ? kMaxSads : requested;
+  out.put(data_block_header(kTagAudio, kSadSize * static_cast<uint32_t>(count == 0 ? 1 : count)));
+  if (count == 0) {
+    short_audio_desc_t audio = kDefaultSad;
+    if (!_encode_edid_short_audio(out.here(), &audio)) {
+      LOG_ERROR_AS(kEncodeEdid, "Failed encoding short audio. Type:%d",
+                   static_cast<int32_t>(audio.format));
+      return false;
+    }
+    out.at += kSadSize;
+    return true;
+  }
+  for (int32_t i = 0; i < count; ++i) {
+    void *data = nullptr;
+    if (!ll_entry_at(&edid->audio_list, i, &data)) {
+      LOG_ERROR_AS(kEncodeEdid, "Failed trying to access index #%d in the list.", i);
+      return false;
+    }
+    auto *audio = static_cast<short_audio_desc_t *>(data);
+    if (!_encode_edid_short_audio(out.here(), audio)) {
+      LOG_ERROR_AS(kEncodeEdid, "Failed encoding short audio. Index:%d Type:%d", i,
+                   static_cast<int32_t>(audio->format));
+      return false;
+    }
+    out.at += kSadSize;
+  }
+  return true;
+}
+
+// Removes from a format's stereo mask the structures that 3D_present
+// already implies for its VIC.
+void strip_mandatory_3d(short_video_desc_t *svd) {
+  for (const short_video_desc_t &mandatory : _3d_man_modes) {
+    if (mandatory.vic == svd->vic) {
+      svd->stereo &= ~mandatory.stereo;
+      return;
+    }
+  }
+}
+
+// The per-format 3D entries of the first 16 formats: 2D_VIC_order in bits
+// 7-4, 3D_Structure in bits 3-0. The mandatory structures are stripped from
+// the caller's record first. An entry that would take the vendor block past
+// the 31 bytes its length field can hold is not written, nor any after it.
+bool encode_3d_entries(edid_t *edid, size_t vsdb, edid_writer &out) {
+  const int32_t formats = ll_size(&edid->video_list);
+  bool full = false;
+  for (int32_t i = 0; i < formats && i < kMax3dFormats; ++i) {
+    void *data = nullptr;
+    if (!ll_entry_at(&edid->video_list, i, &data)) {
+      LOG_ERROR_AS(kEncodeEdid, "Failed trying to obtain index #%d list.", i);
+      return false;
+    }
+    auto *svd = static_cast<short_video_desc_t *>(data);
+    strip_mandatory_3d(svd);
+    for (const structure_3d &entry : k3dEntryOrder) {
+      if ((svd->stereo & entry.stereo) == 0 || full) continue;
+      const bool detail = entry.stereo == EDID_STEREO_SSH;
+      const size_t size = detail ? 2 : 1;
+      if (out.at + size - vsdb - 1 > kMaxBlockLength) {
+        LOG_WARNING_AS(kEncodeEdid,
+                       "The HDMI vendor block can not hold all 3D entries. Dropping them from "
+                       "order[%d] on. Max len:%d",
+                       i, static_cast<int32_t>(kMaxBlockLength));
+        full = true;
+        continue;
+      }
+      const auto order = static_cast<uint8_t>(put_bits(static_cast<uint32_t>(i), 7, 4) |
+                                              put_bits(entry.structure, 3, 0));
+      out.put(order);
+      if (detail) {
+        out.put(k3dDetailAny);
+        LOG_TRACE_AS(kEncodeEdid, "order[%d] %s, %02x, %02x", i, entry.label,
+                     static_cast<unsigned>(order), static_cast<unsigned>(k3dDetailAny));
+      } else {
+        LOG_TRACE_AS(kEncodeEdid, "order[%d] %s, %02x", i, entry.label,
+                     static_cast<unsigned>(order));
+      }
+    }
+  }
+  return true;
+}
+
+// HDMI video byte, HDMI_VIC_LEN and HDMI_3D_LEN, the HDMI VICs and the 3D
+// entries. The length byte is written last.
+bool encode_hdmi_video(edid_t *edid, size_t vsdb, edid_writer &out) {
+  out.put(put_bit(edid->present_3d, 7) | put_bits(edid->image_size, 4, 3));
+  const size_t lengths = out.at;
+  out.put(0);
+  const uint32_t vics = edid->hdmi_vic_len < kMaxHdmiVics ? edid->hdmi_vic_len : kMaxHdmiVics;
+  for (uint32_t i = 0; i < vics; ++i) out.put(low_byte(edid->hdmi_vic[i]));
+  const size_t start_3d = out.at;
+  if (edid->present_3d && !encode_3d_entries(edid, vsdb, out)) return false;
+  const auto length_3d = static_cast<uint32_t>(out.at - start_3d);
+  out.out[lengths] = put_bits(vics, 7, 5) | put_bits(length_3d, 4, 0);
+  return true;
+}
+
+// HDMI vendor-specific data block (offsets kVsdb* from its header byte).
+bool encode_hdmi_vsdb(edid_t *edid, uint8_t *spa_offset, edid_writer &out) {
+  const size_t vsdb = out.at;
+  out.put(0);
+  for (uint8_t byte : kHdmiOuiBytes) out.put(byte);
+  if (spa_offset != nullptr) *spa_offset = static_cast<uint8_t>(out.at);
+  const physical_address_t &address = edid->address;
+  out.put(low_byte(static_cast<uint32_t>(address.a) << 4) | put_bits(address.b, 3, 0));
+  out.put(low_byte(static_cast<uint32_t>(address.c) << 4) | put_bits(address.d, 3, 0));
+  out.put(put_bit(edid->supports_ai, 7) | put_bit(edid->dc_48bit, 6) | put_bit(edid->dc_36bit, 5) |
+          put_bit(edid->dc_30bit, 4) | put_bit(edid->dc_y444, 3) | edid->dvi_dual);
+  out.put(low_byte(edid->max_tmds_clock / kTmdsClockUnitMhz));
+  const bool interlaced_latency =
+      edid->interlaced_video_latency != 0 || edid->interlaced_audio_latency != 0;
+  const bool latency = edid->video_latency != 0 || edid->audio_latency != 0 || interlaced_latency;
+  out.put(put_bit(latency, 7) | put_bit(interlaced_latency, 6) |
+          put_bit(edid->hdmi_video_present, 5) | put_bit(edid->cnc3, 3) | put_bit(edid->cnc2, 2) |
+          put_bit(edid->cnc1, 1) | edid->cnc0);
+  if (latency) {
+    out.put(encode_edid_latency_value(edid->video_latency));
+    out.put(encode_edid_latency_value(edid->audio_latency));
+  }
+  if (interlaced_latency) {
+    out.put(encode_edid_latency_value(edid->interlaced_video_latency));
+    out.put(encode_edid_latency_value(edid->interlaced_audio_latency));
+  }
+  if (edid->hdmi_video_present && !encode_hdmi_video(edid, vsdb, out)) return false;
+  out.out[vsdb] = data_block_header(kTagVendorSpecific, static_cast<uint32_t>(out.at - vsdb - 1));
+  return true;
+}
+
+void encode_colorimetry_block(const edid_t *edid, edid_writer &out) {
+  if (!edid->xvycc601 && !edid->xvycc709) return;
+  out.put(data_block_header(kTagExtended, kColorimetryLength));
+  out.put(kExtendedTagColorimetry);
+  out.put(low_byte(edid->xvycc709 * 2u + edid->xvycc601));
+  out.put(kColorimetryMd0);
+}
+
+// The extension's detailed timing (VIC 1) and serial number descriptor at
+// the offset in byte 2, the support byte and the checksum.
+bool encode_extension_end(edid_t *edid, edid_writer &out) {
+  uint8_t *extension = out.out.data() + kBlockSize;
+  extension[kCeaDtdOffset] = static_cast<uint8_t>(out.at - kBlockSize);
+  const int32_t dtds = ll_size(&edid->dtd_list);
+  if (dtds > static_cast<int32_t>(kBaseDtds)) {
+    LOG_BUG_AS(kEncodeEdid, "This function is only designed to handle up to 2 DTDs. num of dtds:%d",
+               dtds);
+    return false;
+  }
+  detailed_timing_t timing;
+  if (!convert_vic_to_dtd(kExtensionDtdVic, &timing)) {
+    LOG_ERROR_AS(kEncodeEdid, "Failed converting vic to dtd.");
+    return false;
+  }
+  if (!_encode_edid_dtd(out.here(), &timing)) {
+    LOG_ERROR_AS(kEncodeEdid, "Failed encoding DTD. Failing.");
+    return false;
+  }
+  out.at += kDescriptorSize;
+  // A 13-character text puts its line feed on the byte after the
+  // descriptor: at the latest the checksum's, which is written after it.
+  // Before that it is the padding, which stays 0 (a line feed there would
+  // read as the first byte of one more timing).
+  if (display_text_length(edid->monitor_serial) != 0) {
+    if (out.at + kDescriptorSize <= kExtensionContentEnd) {
+      out.at += static_cast<size_t>(
+          _encode_string(out.here(), static_cast<int8_t>(kTagSerialNumber), edid->monitor_serial));
+      if (out.at < kExtensionContentEnd) out.out[out.at] = 0;
+    } else {
+      LOG_WARNING_AS(kEncodeEdid,
+                     "No room for the serial number descriptor in the CEA extension. Skipping it. "
+                     "Offset:%d",
+                     static_cast<int32_t>(out.at - kBlockSize));
+    }
+  }
+  extension[kCeaSupport] = put_bit(edid->underscan, 7) | put_bits(kAlwaysSupported, 6, 4) |
+                           put_bits(kTimingsWritten, 3, 0);
+  extension[kChecksum] = _calculate_checksum(extension);
+  return true;
+}
+
+}  // namespace
+
+extern "C" {
+
+uint8_t encode_edid_latency_value(uint16_t latency) {
+  if (latency == kLatencyNotSupported) return kLatencyNotSupportedByte;
+  if (latency > kMaxLatencyMs) {
+    LOG_TRACE("latency = %d exceed 500ms", static_cast<int32_t>(latency));
+    latency = kMaxLatencyMs;
+  }
+  return static_cast<uint8_t>(latency / 2 + 1);
+}
+
+int32_t _encode_string(uint8_t *block, int8_t tag, const char *string) {
+  if (block == nullptr) {
+    LOG_ERROR("Function called with block set to NULL.");
+    return 0;
+  }
+  if (string == nullptr) {
+    LOG_ERROR("Function called with string set to NULL.");
+    return 0;
+  }
+  const size_t length = display_text_length(string);
+  if (length == 0) return 0;
+  memset(block, 0, kDescriptorText);
+  block[3] = static_cast<uint8_t>(tag);
+  memset(block + kDescriptorText, kTextPad, kDescriptorTextSize);
+  memcpy(block + kDescriptorText, string, length);
+  // With 13 characters this is the first byte after the descriptor.
+  block[kDescriptorText + length] = kTextEnd;
+  return static_cast<int32_t>(kDescriptorSize);
+}
+
+uint8_t _encode_edid_dtd(uint8_t *dtd_block, detailed_timing_t *timing) {
+  if (dtd_block == nullptr || timing == nullptr) {
+    LOG_ERROR("Function called with dtd_block set to NULL.");
+    return 0;
+  }
+  if (timing->valid != 1) {
+    LOG_ERROR("Called encode DTD with an invalid timing structure.");
+    return 0;
+  }
+  // 25.175 MHz (VIC 1) is the lowest clock a detailed timing may carry.
+  if (timing->pixel_clock < 25175000) {
+    LOG_ERROR("Called encode DTD with an invalid pixel clock:%d",
+              static_cast<int32_t>(timing->pixel_clock));
+    return 0;
+  }
+  const uint64_t clock =
+      (static_cast<uint64_t>(timing->pixel_clock) + kPixelClockUnitHz / 2) / kPixelClockUnitHz;
+  const detailed_timing_t &t = *timing;
+  // The inverse of fill_detailed_timing: low bytes first, the high bits of
+  // the 12-bit sizes in bytes 4, 7 and 14, of the sync fields in byte 11.
+  dtd_block[0] = low_byte(static_cast<uint32_t>(clock));
+  dtd_block[1] = low_byte(static_cast<uint32_t>(clock >> 8));
+  dtd_block[2] = low_byte(t.h_active);
+  dtd_block[3] = low_byte(t.h_blanking);
+  dtd_block[4] = put_bits(t.h_active >> 8, 7, 4) | put_bits(t.h_blanking >> 8, 3, 0);
+  dtd_block[5] = low_byte(t.v_active);
+  dtd_block[6] = low_byte(t.v_blanking);
+  dtd_block[7] = put_bits(t.v_active >> 8, 7, 4) | put_bits(t.v_blanking >> 8, 3, 0);
+  dtd_block[8] = low_byte(t.h_sync_offset);
+  dtd_block[9] = low_byte(t.h_sync_width);
+  dtd_block[10] = put_bits(t.v_sync_offset, 7, 4) | put_bits(t.v_sync_width, 3, 0);
+  dtd_block[11] = put_bits(t.h_sync_offset >> 8, 7, 6) | put_bits(t.h_sync_width >> 8, 5, 4) |
+                  put_bits(t.v_sync_offset >> 4, 3, 2) | put_bits(t.v_sync_width >> 4, 1, 0);
+  dtd_block[12] = low_byte(t.h_image_size);
+  dtd_block[13] = low_byte(t.v_image_size);
+  dtd_block[14] = put_bits(t.h_image_size >> 8, 7, 4) | put_bits(t.v_image_size >> 8, 3, 0);
+  dtd_block[15] = t.h_border;
+  dtd_block[16] = t.v_border;
+  // byte 17: bit 7 interlaced, bits 4-3 digital separate sync, bit 2
+  // vertical and bit 1 horizontal polarity; no stereo
+  dtd_block[17] = put_bit(t.progressive != 1, 7) | put_bits(3, 4, 3) |
+                  put_bit(t.v_sync_positive, 2) | put_bit(t.h_sync_positive, 1);
+  return 1;
+}
+
+uint8_t _encode_edid_short_audio(uint8_t *cea_block, short_audio_desc_t *audio) {
+  if (cea_block == nullptr) {
+    LOG_ERROR("Function called with cea_block set to NULL.");
+    return 0;
+  }
+  if (audio == nullptr) {
+    LOG_ERROR("Function called with audio set to NULL.");
+    return 0;
+  }
+  const uint32_t format = audio->format;
+  if (format == 0 || format == kAudioExtension) {
+    LOG_ERROR("Audio type is not recognied. Type:%d", static_cast<int32_t>(format));
+    return 0;
+  }
+  if (format > kAudioExtensionLast) {
+    LOG_ERROR("Invalid extended audio type:%d", static_cast<int32_t>(format));
+    return 0;
+  }
+  // Extension types are written as format 15 with their code in byte 3, and
+  // the caller's record says 15 afterwards.
+  if (format > kAudioExtension) audio->format = kAudioExtension;
+  cea_block[0] = put_bits(audio->format, 6, 3) | put_bits(audio->channels - 1, 2, 0);
+  cea_block[1] = put_bits(audio->sample_rates, 6, 0);
+  uint8_t byte3 = 0;
+  if (format == kAudioLpcm)
+    byte3 = put_bits(audio->bit_depths, 2, 0);
+  else if (format <= 8)
+    byte3 = low_byte(audio->max_bitrate / kAudioBitRateUnitKhz);
+  else if (format < kAudioWmaPro)
+    byte3 = low_byte(audio->format_value);
+  else if (format == kAudioWmaPro)
+    byte3 = low_byte(audio->profile);
+  else
+    byte3 = put_bits(format - kAudioExtensionBase, 7, 3);
+  cea_block[2] = byte3;
+  return 1;
+}
+
+uint8_t encode_edid(uint8_t *edid_blocks, int32_t size, edid_t *edid, uint8_t *spa_offset,
+                    platform_values_t *platform_values) {
+  if (edid_blocks == nullptr) {
+    LOG_ERROR("Function called with edid_blocks set to NULL.");
+    return 0;
+  }
+  if (edid == nullptr) {
+    LOG_ERROR("Function called with edid set to NULL.");
+    return 0;
+  }
+  if (size != kEncodedSize) {
+    LOG_ERROR("Function called with an unsupported block size. val:%d expected:%d", size,
+              kEncodedSize);
+    return 0;
+  }
+  // Without platform values no format is marked native.
+  const bool native_bit = platform_values != nullptr && platform_values->native_bit != 0;
+  memset(edid_blocks, 0, kEncodedSize);
+
+  uint8_t *base = edid_blocks;
+  for (size_t i = 0; i < kHeaderSize; ++i)
+    base[i] = low_byte(static_cast<uint32_t>(kHeader >> (8 * i)));
+  encode_vendor_product(edid, base);
+  encode_display_parameters(edid, base);
+  encode_chromaticity(edid, base);
+  encode_timing_bitmaps(edid, base);
+  const bool standard_timings_ok = encode_standard_timings(edid, base);
+  if (!encode_base_dtds(edid, base)) return 0;
+  // The extension count and the checksum follow the descriptors that were
+  // written, wherever that is; with both descriptors they are bytes 0x7E
+  // and 0x7F.
+  const size_t at = encode_display_descriptors(edid, base);
+  base[at] = kOneExtension;
+  base[at + 1] = _calculate_checksum(base);
+
+  uint8_t *extension = edid_blocks + kBlockSize;
+  extension[kCeaTag] = kCeaExtensionTag;
+  extension[kCeaRevision] = kCeaRevision3;
+  edid_writer out{{edid_blocks, static_cast<size_t>(kEncodedSize)}, kBlockSize + kCeaDataBlocks};
+  encode_speaker_block(edid, out);
+  if (!encode_video_block(edid, native_bit, out)) return 0;
+  if (!encode_audio_block(edid, out)) return 0;
+  if (!encode_hdmi_vsdb(edid, spa_offset, out)) return 0;
+  encode_colorimetry_block(edid, out);
+  if (!encode_extension_end(edid, out)) return 0;
+  return standard_timings_ok ? 1 : 0;
+}
+
+}  // extern "C"
 
 // ===========================================================================
 // Text dump
