@@ -1565,14 +1565,13 @@ bool encode_extension_end(edid_t *edid, edid_writer &out) {
   }
   out.at += kDescriptorSize;
   // A 13-character text puts its line feed on the byte after the
-  // descriptor: at the latest the checksum's, which is written after it.
-  // Before that it is the padding, which stays 0 (a line feed there would
-  // read as the first byte of one more timing).
+  // descriptor, as it does in the base block; here no later write covers it
+  // unless it falls on the checksum, so it stays in the padding (where a
+  // decoder that reads every slot sees the start of a 0.1 MHz timing).
   if (display_text_length(edid->monitor_serial) != 0) {
     if (out.at + kDescriptorSize <= kExtensionContentEnd) {
       out.at += static_cast<size_t>(
           _encode_string(out.here(), static_cast<int8_t>(kTagSerialNumber), edid->monitor_serial));
-      if (out.at < kExtensionContentEnd) out.out[out.at] = 0;
     } else {
       LOG_WARNING_AS(kEncodeEdid,
                      "No room for the serial number descriptor in the CEA extension. Skipping it. "
