@@ -7,6 +7,8 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <tuple>
+#include <type_traits>
 
 #include "capture.h"
 #include "golden.h"
@@ -14,22 +16,20 @@
 
 namespace {
 
+// A name function of any code type, taking the code as read from the table.
+template <typename Code>
+std::function<const char *(int64_t)> Name(const char *(*fn)(Code)) {
+  return [fn](int64_t code) { return fn(static_cast<Code>(code)); };
+}
+
 TEST(Names, EveryCodeHasItsFixedText) {
-  using Name = std::function<const char *(int64_t)>;
-  const auto i32 = [](const char *(*fn)(int32_t)) {
-    return Name([fn](int64_t code) { return fn(static_cast<int32_t>(code)); });
-  };
-  const auto u32 = [](const char *(*fn)(uint32_t)) {
-    return Name([fn](int64_t code) { return fn(static_cast<uint32_t>(code)); });
-  };
-  const std::map<std::string, Name> functions = {
-      {"std_aspect_string", i32(std_aspect_string)},
-      {"short_audio_string", u32(short_audio_string)},
-      {"hdmi_vic_string", i32(hdmi_vic_string)},
-      {"est_timing_1_string", i32(est_timing_1_string)},
-      {"est_timing_2_string", i32(est_timing_2_string)},
-      {"man_timing_string", i32(man_timing_string)},
-      {"short_video_timing_string", u32(short_video_timing_string)}};
+#define NAME(fn) \
+  { #fn, Name(fn) }
+  const std::map<std::string, std::function<const char *(int64_t)>> functions = {
+      NAME(std_aspect_string),        NAME(short_audio_string),  NAME(hdmi_vic_string),
+      NAME(est_timing_1_string),      NAME(est_timing_2_string), NAME(man_timing_string),
+      NAME(short_video_timing_string)};
+#undef NAME
   const auto rows = edc_test::ReadTable("names.tsv");
   ASSERT_EQ(rows.size(), 137u);
   for (const auto &row : rows)
@@ -44,14 +44,24 @@ std::string Escaped(const std::string &text) {
   return out;
 }
 
-// "call -> result "output"": what a function returned (left out where the
-// result carries no meaning) and what it printed.
-std::string Printed(const std::string &call, const std::function<int32_t()> &fn,
-                    bool result_matters = true) {
-  int32_t result = 0;
-  const std::string out = edc_test::Normalize(edc_test::CaptureStdout([&] { result = fn(); }));
-  return call + " ->" + (result_matters ? " " + std::to_string(result) : "") + " \"" +
-         Escaped(out) + "\"\n";
+std::string Hex(uint32_t value, int digits = 2) {
+  char text[16];
+  snprintf(text, sizeof text, "0x%0*X", digits, value);
+  return text;
+}
+
+// "call -> result "printed"": what a function returned (left out for one that
+// returns nothing, or whose result means nothing) and what it printed.
+template <typename Fn>
+std::string Printed(const std::string &call, Fn fn) {
+  std::string result;
+  const std::string out = edc_test::Normalize(edc_test::CaptureStdout([&] {
+    if constexpr (std::is_void_v<decltype(fn())>)
+      fn();
+    else
+      result = std::to_string(fn()) + " ";
+  }));
+  return call + " -> " + result + "\"" + Escaped(out) + "\"\n";
 }
 
 // A mask text built into a buffer of 'x': the text, how many NULs fill the
@@ -60,10 +70,10 @@ std::string Built(const char *name, int32_t (*fn)(uint32_t, char *, uint32_t), u
                   uint32_t string_len) {
   char buffer[128];
   memset(buffer, 'x', sizeof buffer);
-  char call[64];
-  snprintf(call, sizeof call, "%s(0x%02X, %u)", name, mask, string_len);
-  std::string line = Printed(
-      call, [&] { return fn(mask, buffer, string_len); }, string_len >= 17);
+  const std::string call = name + ("(" + Hex(mask)) + ", " + std::to_string(string_len) + ")";
+  const std::string line = string_len >= 17  // below that the result means nothing
+                               ? Printed(call, [&] { return fn(mask, buffer, string_len); })
+                               : Printed(call, [&] { fn(mask, buffer, string_len); });
   const size_t text = strnlen(buffer, string_len);
   EXPECT_EQ(std::string(buffer + text, string_len - text), std::string(string_len - text, '\0'));
   EXPECT_EQ(std::string(buffer + string_len, sizeof buffer - string_len),
@@ -74,27 +84,19 @@ std::string Built(const char *name, int32_t (*fn)(uint32_t, char *, uint32_t), u
 
 TEST(Printers, MaskTextsAndPrintedLinesAreExact) {
   std::string out = "# call -> result \"printed\" [text built] + NULs up to the length given\n";
-  const std::pair<uint32_t, uint32_t> rates[] = {{0x7F, 100}, {0x7F, 17}, {0x00, 17},
-                                                 {0x05, 17},  {0x80, 17}, {0x7F, 16}};
-  for (const auto &[mask, length] : rates)
+  for (const auto &[mask, length] :
+       {std::pair{0x7Fu, 100u}, {0x7F, 17}, {0x00, 17}, {0x05, 17}, {0x80, 17}, {0x7F, 16}})
     out += Built("audio_freq_string", audio_freq_string, mask, length);
-  const std::pair<uint32_t, uint32_t> bits[] = {
-      {0x07, 30}, {0x07, 17}, {0x00, 17}, {0x02, 17}, {0x07, 16}};
-  for (const auto &[mask, length] : bits)
+  for (const auto &[mask, length] :
+       {std::pair{0x07u, 30u}, {0x07, 17}, {0x00, 17}, {0x02, 17}, {0x07, 16}})
     out += Built("audio_pcm_bits_string", audio_pcm_bits_string, mask, length);
-  out += Printed(
-      "audio_freq_string(NULL)", [] { return audio_freq_string(0x7F, nullptr, 40); }, false);
-  out += Printed(
-      "audio_pcm_bits_string(NULL)", [] { return audio_pcm_bits_string(0x7F, nullptr, 40); },
-      false);
-
+  out += Printed("audio_freq_string(NULL)", [] { audio_freq_string(0x7F, nullptr, 40); });
+  out += Printed("audio_pcm_bits_string(NULL)", [] { audio_pcm_bits_string(0x7F, nullptr, 40); });
   const uint8_t speakers[][3] = {
       {0x0F, 0x00, 0xFF}, {0x02, 0, 0}, {0, 0, 0}, {0xFF, 0x07, 0}, {0x00, 0xFA, 0xFF}};
-  for (const auto &s : speakers) {
-    char call[64];
-    snprintf(call, sizeof call, "print_speaker(0x%02X, 0x%02X, 0x%02X)", s[0], s[1], s[2]);
-    out += Printed(call, [&] { return print_speaker(s[0], s[1], s[2]); });
-  }
+  for (const auto &s : speakers)
+    out += Printed("print_speaker(" + Hex(s[0]) + ", " + Hex(s[1]) + ", " + Hex(s[2]) + ")",
+                   [&] { return print_speaker(s[0], s[1], s[2]); });
   // Every format-specific field holds the same value; only the format's own is shown.
   const uint32_t audio[][4] = {{1, 2, 0x07, 5},  {1, 8, 0, 0},     {2, 6, 0x04, 640},
                                {8, 2, 0x01, 64}, {9, 2, 0x01, 3},  {13, 8, 0x06, 1},
@@ -102,48 +104,28 @@ TEST(Printers, MaskTextsAndPrintedLinesAreExact) {
                                {0, 2, 0x04, 9},  {15, 2, 0x04, 9}, {19, 2, 0x04, 9}};
   for (const auto &a : audio) {
     short_audio_desc_t sad = {a[0], a[1], a[2], a[3], a[3], a[3], a[3]};
-    char call[96];
-    snprintf(call, sizeof call, "print_audio_structure(format %u, channels %u, rates 0x%02X, %u)",
-             a[0], a[1], a[2], a[3]);
-    out += Printed(call, [&] { return print_audio_structure(&sad); });
+    out += Printed("print_audio_structure(format " + std::to_string(a[0]) + ", channels " +
+                       std::to_string(a[1]) + ", rates " + Hex(a[2]) + ", " + std::to_string(a[3]) +
+                       ")",
+                   [&] { return print_audio_structure(&sad); });
   }
-  out += Printed(
-      "print_audio_structure(NULL)", [] { return print_audio_structure(nullptr); }, false);
-
-  for (uint32_t mask : {0x00u, 0x81u, 0xFFu, 0x100u}) {
-    char call[64];
-    snprintf(call, sizeof call, "print_stereo_type(0x%02X)", mask);
-    out += Printed(
-        call,
-        [&] {
-          print_stereo_type(mask);
-          return 0;
-        },
-        false);
-  }
-  const struct {
-    int32_t mask;
-    const char *(*fn)(int32_t);
-    const char *title;
-  } lists[] = {{0xA5, est_timing_1_string, "Established Timings 1"},
-               {0xFF, est_timing_2_string, "Established Timings 2"},
-               {0x80, man_timing_string, "Manufacturer Timings"},
-               {0x0100, est_timing_1_string, "Established Timings 1"},
-               {0x0000, est_timing_1_string, "Established Timings 1"},
-               {0x80, nullptr, "Manufacturer Timings"},
-               {0x80, man_timing_string, nullptr}};
-  for (const auto &l : lists) {
-    char call[96];
-    snprintf(call, sizeof call, "print_est_man_type(0x%04X, %s, %s)", l.mask,
-             l.fn != nullptr ? "names" : "NULL", l.title != nullptr ? l.title : "NULL");
-    out += Printed(
-        call,
-        [&] {
-          print_est_man_type(l.mask, l.fn, l.title);
-          return 0;
-        },
-        false);
-  }
+  out += Printed("print_audio_structure(NULL)", [] { print_audio_structure(nullptr); });
+  for (uint32_t mask : {0x00u, 0x81u, 0xFFu, 0x100u})
+    out += Printed("print_stereo_type(" + Hex(mask) + ")", [&] { print_stereo_type(mask); });
+  const char *const est1 = "Established Timings 1";
+  const std::tuple<int32_t, const char *(*)(int32_t), const char *> lists[] = {
+      {0xA5, est_timing_1_string, est1},
+      {0xFF, est_timing_2_string, "Established Timings 2"},
+      {0x80, man_timing_string, "Manufacturer Timings"},
+      {0x0100, est_timing_1_string, est1},
+      {0x0000, est_timing_1_string, est1},
+      {0x80, nullptr, "Manufacturer Timings"},
+      {0x80, man_timing_string, nullptr}};
+  for (const auto &[mask, fn, title] : lists)
+    out +=
+        Printed("print_est_man_type(" + Hex(mask, 4) + ", " + (fn ? "names" : "NULL") + ", " +
+                    (title ? title : "NULL") + ")",
+                [&, mask = mask, fn = fn, title = title] { print_est_man_type(mask, fn, title); });
   edc_test::ExpectGolden("printers.txt", out);
 }
 
