@@ -222,12 +222,9 @@ TEST(ShortAudio, FillsOnlyTheFieldOfItsFormat) {
     EXPECT_EQ(got.str(), row[2]) << row[0] << " " << row[1];
     EXPECT_EQ(lines, std::vector<std::string>(row.begin() + 3, row.end())) << row[0];
   }
-  EXPECT_EQ(Lines([] { decode_edid_short_audio(0x09, 0, 0, nullptr); }),
-            std::vector<std::string>{"decode_edid_short_audio() ERROR: Function called with "
-                                     "\"audio\" parameter set to NULL. audio=(nil)"});
 }
 
-TEST(DecodeExtension, HeaderTimingsAndDataBlocks) {
+TEST(DecodeExtension, HeaderTimingsDataBlocksAndTheHdmiBlock) {
   std::string out = "# == scenario, its lines, -> result, then the fields that are not zero\n";
   const Bytes good = CeaExtension({.support = 0xF0});  // bytes 0-3 sum to 0xF9: checksum 0x07
   const auto patched = [&](int at, uint8_t value, bool fix) {
@@ -271,23 +268,6 @@ TEST(DecodeExtension, HeaderTimingsAndDataBlocks) {
                  CeaExtension({.data_blocks = {DataBlock(1, Cat({ShortAudio(1, 2, 7, 1), {0x11}})),
                                                DataBlock(7, {}), DataBlock(0, {2, 0, 0, 0, 0})}}),
                  kExt);
-  DebugOn debug;
-  const Bytes audio =
-      Cat({ShortAudio(1, 2, 7, 7), ShortAudio(0, 2, 7, 0), ShortAudio(2, 6, 7, 80)});
-  out +=
-      Decoded("every kind of block",
-              CeaExtension({.data_blocks = {DataBlock(0, {1}), DataBlock(2, {0x90, 0x04}),
-                                            DataBlock(1, audio), DataBlock(4, {0x4F, 1, 2}),
-                                            DataBlock(3, {0xD8, 0x5D, 0xC4, 1}), DataBlock(5, {}),
-                                            DataBlock(6, {9}), ExtendedBlock(5, {0x03, 0}),
-                                            ExtendedBlock(0, {0x40}), DataBlock(4, {1, 2}),
-                                            DataBlock(4, {1, 2, 3, 4})}}),
-              kExt);
-  ExpectGolden("decode_extension.txt", out);
-}
-
-TEST(DecodeExtension, HdmiVendorBlock) {
-  std::string out = "# == scenario, its lines, -> result, then the fields that are not zero\n";
   for (const Bytes &block :
        {DataBlock(2, {3, 12, 0}), DataBlock(3, {3, 12}), DataBlock(3, {3, 12, 0, 0x12}),
         DataBlock(3, {3, 12, 0, 0x12, 0x34}), DataBlock(3, {3, 12, 0, 0x12, 0x34, 0x80}),
@@ -306,10 +286,11 @@ TEST(DecodeExtension, HdmiVendorBlock) {
   block = HdmiVsdb({.hdmi_video = true, .present_3d = true, .multi_3d = 2});
   block.back() = 0xFF;  // HDMI_VIC_LEN 7 and HDMI_3D_LEN 31, with no bytes behind them
   out += Decoded("lengths beyond the block", block, kVsdb);
-  PreparedEdid r;
   out += Scene("NULL block", r.edid, [] { return _decode_edid_vendor_block(nullptr, nullptr); });
   const uint8_t header = 0x60;
   out += Scene("NULL record", r.edid, [&] { return _decode_edid_vendor_block(&header, nullptr); });
+  out +=
+      Scene("short audio NULL", r.edid, [] { return decode_edid_short_audio(9, 0, 0, nullptr); });
   // 3D_MASK 0x0005 with FP for all; entries: format 3 of 3 (missing), format 5
   // with a detail byte (out of range), reserved structure 7, format 1 FA.
   out += Decoded("3D_Structure_ALL, 3D_MASK and entries",
@@ -321,6 +302,17 @@ TEST(DecodeExtension, HdmiVendorBlock) {
                                                                        0x58, 0x24, 0x27, 0x11}})}}),
                  kExt);
   DebugOn debug;
+  const Bytes audio =
+      Cat({ShortAudio(1, 2, 7, 7), ShortAudio(0, 2, 7, 0), ShortAudio(2, 6, 7, 80)});
+  out +=
+      Decoded("every kind of block",
+              CeaExtension({.data_blocks = {DataBlock(0, {1}), DataBlock(2, {0x90, 0x04}),
+                                            DataBlock(1, audio), DataBlock(4, {0x4F, 1, 2}),
+                                            DataBlock(3, {0xD8, 0x5D, 0xC4, 1}), DataBlock(5, {}),
+                                            DataBlock(6, {9}), ExtendedBlock(5, {0x03, 0}),
+                                            ExtendedBlock(0, {0x40}), DataBlock(4, {1, 2}),
+                                            DataBlock(4, {1, 2, 3, 4})}}),
+              kExt);
   // 3D_Structure_ALL bits 15, 6 and 0 for 17 formats; format 3 side-by-side
   // half with its detail byte; format 15 field alternative.
   Bytes svds;
@@ -334,7 +326,7 @@ TEST(DecodeExtension, HdmiVendorBlock) {
                                               .hdmi_vics = {1, 0x83},
                                               .fields_3d = {0x80, 0x41, 0x38, 0x14, 0xF1}})}}),
       kExt);
-  ExpectGolden("decode_hdmi.txt", out);
+  ExpectGolden("decode_extension.txt", out);
 }
 
 }  // namespace

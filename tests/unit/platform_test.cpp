@@ -8,6 +8,7 @@
 #include <functional>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "capture.h"
@@ -45,24 +46,19 @@ std::string Dump(platform_values_t &v) {
   std::ostringstream o;
 // clang-format off
 #define F(field) o << #field "=" << v.field << "\n";
+#define A(field) o << #field "="; for (int i = 0; i < 7; ++i) o << v.field[i] << (i < 6 ? " " : "\n");
+#define L(list) o << #list "=" << Entries(&v.list) << "\n";
   F(native_refresh_rate) F(current_mode_set_to_priority) F(geometry_limit) F(audio_pass_through)
   F(underscan) F(is_tv) F(dc_30bit) F(dc_36bit) F(tmds_override) F(supports_ai) F(speaker_entry)
   F(xvycc601) F(xvycc709) F(native_bit) F(product_id) F(serial) F(week) F(year) F(cnc0) F(cnc1)
   F(cnc2) F(cnc3) F(manufacturer_id) F(monitor_name) F(monitor_serial) F(established_timings_1)
-  F(established_timings_2) F(manufacturer_timings);
+  F(established_timings_2) F(manufacturer_timings) A(priority_4k_x_2k) A(addition_4k_x_2k)
+  L(audio_list) L(video_50_priority) L(video_50_additional) L(video_60_priority)
+  L(video_60_additional) L(std_timings);
 #undef F
+#undef A
+#undef L
   // clang-format on
-  for (const auto &[name, modes] : {std::pair{"priority_4k_x_2k", v.priority_4k_x_2k},
-                                    std::pair{"addition_4k_x_2k", v.addition_4k_x_2k}}) {
-    o << name << "=";
-    for (int i = 0; i < 7; ++i) o << modes[i] << (i < 6 ? " " : "\n");
-  }
-  o << "audio_list=" << Entries(&v.audio_list)
-    << "\nvideo_50_priority=" << Entries(&v.video_50_priority)
-    << "\nvideo_50_additional=" << Entries(&v.video_50_additional)
-    << "\nvideo_60_priority=" << Entries(&v.video_60_priority)
-    << "\nvideo_60_additional=" << Entries(&v.video_60_additional)
-    << "\nstd_timings=" << Entries(&v.std_timings) << "\n";
   return o.str();
 }
 
@@ -78,19 +74,15 @@ std::string ReadRecord() {
   return out;
 }
 
-TEST(PlatformValues, EmptyConfigurationGivesTheDefaultsAndReportsEveryKey) {
-  edc_test::ScopedConfig config("");
-  edc_test::ExpectGolden("platform_empty.txt", "# messages, then the record\n" + ReadRecord());
-}
-
-TEST(PlatformValues, SampleConfigurationsReadAsTheirCommentsSay) {
-  std::string out = "# per sample: messages, then the record\n";
+TEST(PlatformValues, EmptyAndSampleConfigurationsReadAsDocumented) {
+  std::string out = "# == configuration, its messages, then the record\n== empty\n";
+  out += ReadRecord();
   for (const char *name : {"platform.toml", "platform-minimal.toml"}) {
     ASSERT_EQ(config_store_load_file((std::string(EDC_EXAMPLES_DIR) + "/" + name).c_str()), 0);
     out += "== " + std::string(name) + "\n" + ReadRecord();
     config_store_clear();
   }
-  edc_test::ExpectGolden("platform_examples.txt", out);
+  edc_test::ExpectGolden("platform_records.txt", out);
 }
 
 TEST(PlatformValues, NumbersAreClampedAndCorrected) {
@@ -113,35 +105,31 @@ TEST(PlatformValues, AudioEntriesInLetterOrderUntilOneCannotBeStored) {
       "[platform.software.drivers.avcap.edid]\naudio.entry_z = 0xFFFFFF\naudio.entry_c = 0x500715\n"
       "audio.entry_b = \"0x070709\"\naudio.entry_a = 5\naudio.entry_aa = 2\nyear = 2020\n");
   EXPECT_NE(ReadRecord().find("\naudio_list=0x000005, 0x500715, 0xFFFFFF\n"), std::string::npos);
-  platform_values_t v;
-  memset(&v, 0, sizeof v);  // lists never initialised: the first entry cannot be added
-  bool result = true;
-  const auto lines = Lines([&] { result = _read_platform_values(&v); });
-  EXPECT_FALSE(result);
+  platform_values_t v{};  // lists never initialised: the first entry cannot be added
+  const auto lines = Lines([&] { EXPECT_FALSE(_read_platform_values(&v)); });
   EXPECT_EQ(lines.back(),
             "_read_platform_values() ERROR: Failed adding entry to the back of the list.");
-  EXPECT_EQ(v.year, 2020u);  // read before the audio entries; nothing after them
-  EXPECT_STREQ(v.manufacturer_id, "");
+  EXPECT_EQ(v.year + v.manufacturer_id[0], 2020u);  // read before the entries; nothing after
 }
 
 TEST(PlatformValues, DestroyStopsAtTheFirstListItCannotRemove) {
-  const std::pair<ll_list_t platform_values_t::*, std::string> lists[] = {
-      {&platform_values_t::audio_list, "audio_list"},
-      {&platform_values_t::video_50_priority, "video_50_priority"},
-      {&platform_values_t::video_50_additional, "video_50_additional"},
-      {&platform_values_t::video_60_priority, "video_60_priority"},
-      {&platform_values_t::video_60_additional, "video_60_additional"},
-      {&platform_values_t::std_timings, "values standard timings"}};
-  for (size_t broken = 0; broken < std::size(lists); ++broken) {
+  const char *names[] = {"audio_list",        "video_50_priority",   "video_50_additional",
+                         "video_60_priority", "video_60_additional", "values standard timings"};
+  ll_list_t platform_values_t::*const lists[] = {
+      &platform_values_t::audio_list,          &platform_values_t::video_50_priority,
+      &platform_values_t::video_50_additional, &platform_values_t::video_60_priority,
+      &platform_values_t::video_60_additional, &platform_values_t::std_timings};
+  for (int broken = 0; broken < 6; ++broken) {
     platform_values_t v;
     memset(&v, 0xA5, sizeof v);
     ASSERT_TRUE(platform_values_init(&v));
-    ll_delete_list(&(v.*lists[broken].first));
+    ll_delete_list(&(v.*lists[broken]));
     const auto lines = Lines([&] { EXPECT_FALSE(platform_values_destroy(&v)); });
-    EXPECT_EQ(lines.back(),
-              "platform_values_destroy() BUG: Failed removing platform " + lists[broken].second);
-    for (size_t later = broken + 1; later < std::size(lists); ++later)
-      EXPECT_EQ(ll_delete_list(&(v.*lists[later].first)), 1);  // left as they were
+    EXPECT_EQ(
+        lines.back(),
+        std::string("platform_values_destroy() BUG: Failed removing platform ") + names[broken]);
+    for (int later = broken + 1; later < 6; ++later)
+      EXPECT_EQ(ll_delete_list(&(v.*lists[later])), 1);  // left as they were
   }
 }
 
@@ -184,59 +172,56 @@ bool Record(const char *child, const char *, int32_t value, char *text, uint32_t
 TEST(PlatformLists, WalkerReportsBadListsAndEntriesButNeverFails) {
   edc_test::ScopedConfig config(
       "[platform.software.drivers.avcap.edid]\narr = [\"" + std::string(40, 'a') +
-      "\", 31, \"4 FP\", [1]]\nempty = []\nk = [1, 5, 3, \"2\"]\nlong = [4, 3, 2, 1, 4, 3, 2, 1, "
-      "0]\n"
-      "t = [0, 7, 8]\n60_hz_addition_list = []\n"
+      "\", 31, \"4 FP\", [1]]\nempty = []\nk = [1, 5, 3, \"2\"]\nt = [0, 7, 8]\n"
+      "long = [4, 3, 2, 1, 4, 3, 2, 1, 0]\n60_hz_addition_list = []\n"
       "standard_timings = [\"1920x1080@60\", \"640x480\"]\n"
       "[platform.software.drivers.avcap.edid.tab]\nzeta = 3\nalpha = 1\nmid = \"x\"\n");
-  std::string out = "# == what is walked, the lines printed, then what was read\n";
+  std::string out = "# == what is walked, the lines printed (debug on), then what was read\n";
   const auto run = [&](const std::string &what, const std::function<std::string()> &fn) {
     std::string result;
     out += "== " + what + "\n";
     for (const auto &line : Lines([&] { result = fn(); })) out += line + "\n";
     out += result;
   };
-  const auto walk = [&](const char *name, bool is_int, platform_list_callback_t callback) {
-    std::string visits;
-    const bool result = _get_generic_platform_list(name, is_int, &visits, callback);
-    return visits + "-> " + std::to_string(result) + "\n";
-  };
-  run("arr as strings", [&] { return walk("arr", false, Record); });
-  run("tab as integers", [&] { return walk("tab", true, Record); });
-  run("NULL name", [&] { return walk(nullptr, true, Record); });
-  run("empty name", [&] { return walk("", true, Record); });
-  run("NULL callback", [&] { return walk("empty", true, nullptr); });
-  run("missing list", [&] { return walk("gone", true, Record); });
-  run("empty list", [&] { return walk("empty", true, Record); });
-  const std::pair<const char *, platform_list_callback_t> callbacks[] = {
-      {"vic", _get_vic_list_callback},
-      {"4k", _get_4k_x_2k_mode_callback},
-      {"est", _get_est_timing_callback},
-      {"std", _get_std_timing_callback}};
-  for (const auto &[name, callback] : callbacks) {
-    run(std::string(name) + " callback without a target", [&, callback = callback] {
+  edc_test::DebugOn debug;
+  const std::tuple<const char *, const char *, platform_list_callback_t> walks[] = {
+      {"arr", "strings", Record},   {"tab", "integers", Record},    {nullptr, "integers", Record},
+      {"", "integers", Record},     {"empty", "integers", nullptr}, {"gone", "integers", Record},
+      {"empty", "integers", Record}};
+  for (const auto &[name, kind, callback] : walks)
+    run(std::string(!name   ? "NULL"
+                    : *name ? name
+                            : "(empty)") +
+            " as " + kind + (callback ? "" : ", no callback"),
+        [&] {
+          std::string visits;
+          const bool result = _get_generic_platform_list(name, kind[0] == 'i', &visits, callback);
+          return visits + "-> " + std::to_string(result) + "\n";
+        });
+  for (auto callback : {_get_vic_list_callback, _get_4k_x_2k_mode_callback,
+                        _get_est_timing_callback, _get_std_timing_callback})
+    run("a callback without a target", [&] {
       char text[30] = "16";
       callback("0", "l", 1, text, 30, nullptr);
       return std::string();
     });
-  }
   uint32_t modes[8] = {0, 0, 0, 0, 0, 0, 0, 0xDEAD};  // the eighth is not the list's
-  const auto hdmi_vics = [&](const char *list) {
-    _get_4k_x_2k_modes(list, modes);
-    std::string text = "modes:";
-    for (uint32_t m : modes) text += " " + std::to_string(m);
-    return text + "\n";
-  };
-  run("4Kx2K list k", [&] { return hdmi_vics("k"); });
-  run("4Kx2K list long, from the first slot again", [&] { return hdmi_vics("long"); });
+  for (const char *list : {"k", "long"})              // each list from the first slot
+    run(std::string("4Kx2K list ") + list, [&] {
+      _get_4k_x_2k_modes(list, modes);
+      std::string text = "modes:";
+      for (uint32_t m : modes) text += " " + std::to_string(m);
+      return text + "\n";
+    });
   uint32_t mask = 0x10;
   run("timing bits t, into 0x10", [&] {
     _get_est_timing_list("t", &mask);
+    print_platform_node(0, "x");
     return "mask: " + std::to_string(mask) + "\n";
   });
   ll_list_t list{};
   ll_init(&list, "short_video_desc_t");
-  for (uint32_t type : {3u, 4u})
+  for (uint32_t type = 0; type < 5; ++type)
     run("video list type " + std::to_string(type),
         [&] { return "-> " + std::to_string(_get_platform_list(type, &list)) + "\n"; });
   ll_delete_list(&list);
@@ -245,18 +230,6 @@ TEST(PlatformLists, WalkerReportsBadListsAndEntriesButNeverFails) {
     _get_std_timing_list(&list);
     return "entries: " + Entries(&list) + "\n";
   });
-  ll_delete_list(&list);
-
-  edc_test::DebugOn debug;
-  run("timing bits t with traces", [&] {
-    _get_est_timing_list("t", &mask);
-    print_platform_node(0, "x");
-    return std::string();
-  });
-  ll_init(&list, "short_video_desc_t");
-  for (uint32_t type = 0; type < 4; ++type)
-    run("video list type " + std::to_string(type) + " with traces",
-        [&] { return "-> " + std::to_string(_get_platform_list(type, &list)) + "\n"; });
   ll_delete_list(&list);
   edc_test::ExpectGolden("platform_lists.txt", out);
 }
