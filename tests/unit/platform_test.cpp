@@ -8,7 +8,6 @@
 #include <functional>
 #include <sstream>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "capture.h"
@@ -179,20 +178,20 @@ TEST(PlatformLists, WalkerReportsBadListsAndEntriesButNeverFails) {
     out += result;
   };
   edc_test::DebugOn debug;
-  const std::tuple<const char *, const char *, platform_list_callback_t> walks[] = {
-      {"arr", "strings", Record},   {"tab", "integers", Record},    {nullptr, "integers", Record},
-      {"", "integers", Record},     {"empty", "integers", nullptr}, {"gone", "integers", Record},
-      {"empty", "integers", Record}};
-  for (const auto &[name, kind, callback] : walks)
-    run(std::string(!name   ? "NULL"
-                    : *name ? name
-                            : "(empty)") +
-            " as " + kind + (callback ? "" : ", no callback"),
-        [&] {
-          std::string visits;
-          const bool result = _get_generic_platform_list(name, kind[0] == 'i', &visits, callback);
-          return visits + "-> " + std::to_string(result) + "\n";
-        });
+  const struct {
+    const char *name, *label;
+    bool is_int;
+    platform_list_callback_t callback;
+  } walks[] = {{"arr", "arr as strings", false, Record},  {"tab", "tab as integers", true, Record},
+               {nullptr, "NULL name", true, Record},      {"", "empty name", true, Record},
+               {"empty", "NULL callback", true, nullptr}, {"gone", "missing list", true, Record},
+               {"empty", "empty list", true, Record}};
+  for (const auto &w : walks)
+    run(w.label, [&] {
+      std::string visits;
+      const bool result = _get_generic_platform_list(w.name, w.is_int, &visits, w.callback);
+      return visits + "-> " + std::to_string(result) + "\n";
+    });
   for (auto callback : {_get_vic_list_callback, _get_4k_x_2k_mode_callback,
                         _get_est_timing_callback, _get_std_timing_callback})
     run("a callback without a target", [&] {
