@@ -1,0 +1,277 @@
+// The utility module: the VIC timing table row by row (tests/data/vic_table.tsv),
+// the conversions between geometries, VICs, detailed timings, standard timings
+// and display modes with their traces (tests/data/conversions.tsv,
+// tests/golden/conversions.txt), the names of codes (tests/data/names.tsv) and
+// the printers' exact output (tests/golden/printers.txt).
+#include "utility.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <sstream>
+#include <string>
+#include <tuple>
+#include <type_traits>
+
+#include "capture.h"
+#include "golden.h"
+#include "utility_internal.h"
+
+using edc_test::Lines;
+
+namespace {
+
+TEST(VicTable, EveryRowHoldsItsFormatsTimingAndFindsItselfAgain) {
+  const auto rows = edc_test::ReadTable("vic_table.tsv");
+  ASSERT_EQ(rows.size(), g_vic_dtd_size);
+  for (const auto &r : rows) {
+    const uint32_t row = std::stoul(r[0]);
+    detailed_timing_t t;
+    memset(&t, 0xA5, sizeof t);
+    ASSERT_EQ(convert_vic_to_dtd(row, &t), 1);
+    char got[160];
+    snprintf(
+        got, sizeof got, "%u\t%u\t%u\t%u\t%u\t%u\t%u\t%u\t%u\t%u\t%ux%u\t%s\t%s\t%s\t%u",
+        g_vic_dtd[row - 1].vic, t.pixel_clock, t.h_active, t.h_blanking, t.h_sync_offset,
+        t.h_sync_width, t.v_active, t.v_blanking, t.v_sync_offset, t.v_sync_width, t.h_image_size,
+        t.v_image_size, t.progressive ? "P" : "I", t.h_sync_positive ? "+" : "-",
+        t.v_sync_positive ? "+" : "-",
+        calculate_refresh_rate(t.pixel_clock, t.h_active, t.h_blanking, t.v_active, t.v_blanking));
+    std::string want;
+    for (size_t i = 1; i < r.size(); ++i) want += r[i] + (i + 1 < r.size() ? "\t" : "");
+    EXPECT_EQ(got, want) << "row " << row;
+    EXPECT_EQ(t.valid + t.h_border + t.v_border + t.stereo, 1) << "row " << row;
+    // No row shadows a later one: the row's own timing finds its VIC.
+    edid_t edid{};
+    uint32_t vic = 0;
+    EXPECT_EQ(convert_dtd_to_vic(&edid, &t, &vic), 1) << "row " << row;
+    EXPECT_EQ(vic, std::stoul(r[1])) << "row " << row;
+  }
+}
+
+detailed_timing_t Raster(std::istream &in, edid_t &edid) {
+  detailed_timing_t t{};
+  std::string scan;
+  char x;
+  uint32_t h_cm = 0, v_cm = 0;
+  in >> t.pixel_clock >> scan >> t.h_active >> t.h_blanking >> t.v_active >> t.v_blanking >>
+      t.h_image_size >> x >> t.v_image_size >> h_cm >> x >> v_cm;
+  t.valid = 1;
+  t.progressive = scan == "P";
+  edid.h_size_cm = static_cast<uint8_t>(h_cm);
+  edid.v_size_cm = static_cast<uint8_t>(v_cm);
+  return t;
+}
+
+// "== what", the lines printed (an unmatched timing's description only up to
+// its first line, unless whole), then "-> result" and the output parameter's value.
+std::string Call(const std::string &what, const std::function<uint32_t()> &fn,
+                 const uint32_t *output, bool whole = false) {
+  std::string out = "== " + what + "\n";
+  uint32_t result = 0;
+  for (const auto &line : Lines([&] { result = fn(); })) {
+    out += line + "\n";
+    if (!whole && line.find("Unable to match Detailed Timing Description.") == 0) break;
+  }
+  return out + "-> " + std::to_string(result) +
+         (output != nullptr ? " " + std::to_string(*output) : "") + "\n";
+}
+
+TEST(Conversions, EachCaseGivesItsResultAndExplainsAFailureInTraces) {
+  const auto rows = edc_test::ReadTable("conversions.tsv");
+  ASSERT_EQ(rows.size(), 54u);
+  edc_test::DebugOn debug;
+  std::string out = "# == case, its lines (debug on), -> result and output value\n";
+  for (const auto &row : rows) {
+    uint32_t a = 0, b = 0, c = 0, d = 0, e = 0, value = 77;
+    const std::string call = Call(
+        row[0] + " " + row[1],
+        [&]() -> uint32_t {
+          std::istringstream in(row[1]);
+          edid_t edid{};
+          if (row[0] == "refresh") {
+            in >> a >> b >> c >> d >> e;
+            return calculate_refresh_rate(a, b, c, d, e);
+          }
+          if (row[0] == "geo") {
+            in >> a >> b;
+            return convert_geo_to_ratio(a, b, &value);
+          }
+          if (row[0] == "mode") {
+            hdmi_mode_t mode{};
+            in >> mode.width >> mode.height >> mode.interlaced >> mode.refresh_rate;
+            return mode_to_vic(&mode, &value);
+          }
+          if (row[0] == "dtd") {
+            detailed_timing_t timing = Raster(in, edid);
+            return convert_dtd_to_vic(&edid, &timing, &value);
+          }
+          std_timing_t timing{};
+          in >> timing.h_active >> timing.aspect_ratio >> timing.refresh_rate;
+          return convert_std_to_vic(&edid, &timing, &value);
+        },
+        row[0] == "refresh" ? nullptr : &value);
+    EXPECT_EQ(call.substr(call.rfind("-> ") + 3), row[2] + "\n") << row[0] << " " << row[1];
+    out += call;
+  }
+
+  std::istringstream in("65000000 P 1024 320 768 38 300x225 0x0");
+  edid_t edid{};
+  detailed_timing_t t = Raster(in, edid);
+  t.h_sync_offset = 24;
+  t.h_sync_width = 136;
+  t.v_sync_offset = 3;
+  t.v_sync_width = 6;
+  t.h_border = 1;
+  t.v_border = 2;
+  t.stereo = 1;
+  t.v_sync_positive = 1;
+  uint32_t value = 77;
+  out += Call(
+      "dtd 1024x768p described in full", [&] { return convert_dtd_to_vic(&edid, &t, &value); },
+      &value, true);
+  detailed_timing_t untouched;
+  memset(&untouched, 0xA5, sizeof untouched);
+  for (uint32_t vic : {0u, 65u, 0xFFFFFFFFu}) {
+    detailed_timing_t timing = untouched;
+    out += Call(
+        "vic " + std::to_string(vic), [&] { return convert_vic_to_dtd(vic, &timing); }, nullptr);
+    EXPECT_EQ(memcmp(&timing, &untouched, sizeof timing), 0);
+  }
+  // Arguments are checked in order; the two timing conversions clear vic first.
+  hdmi_mode_t mode{1920, 1080, 0, 60};
+  std_timing_t s{};
+  const std::pair<const char *, std::function<uint32_t()>> calls[] = {
+      {"geo NULL", [&] { return convert_geo_to_ratio(16, 9, nullptr); }},
+      {"vic NULL", [&] { return convert_vic_to_dtd(1, nullptr); }},
+      {"mode NULL NULL", [&] { return mode_to_vic(nullptr, nullptr); }},
+      {"mode, vic NULL", [&] { return mode_to_vic(&mode, nullptr); }},
+      {"dtd vic NULL", [&] { return convert_dtd_to_vic(nullptr, nullptr, nullptr); }},
+      {"dtd edid NULL", [&] { return convert_dtd_to_vic(nullptr, &t, &value); }},
+      {"dtd timing NULL", [&] { return convert_dtd_to_vic(&edid, nullptr, &value); }},
+      {"std vic NULL", [&] { return convert_std_to_vic(nullptr, nullptr, nullptr); }},
+      {"std edid NULL", [&] { return convert_std_to_vic(nullptr, &s, &value); }},
+      {"std timing NULL", [&] { return convert_std_to_vic(&edid, nullptr, &value); }}};
+  for (const auto &[what, fn] : calls) {
+    value = 77;
+    out += Call(what, fn, &value);
+  }
+  edc_test::ExpectGolden("conversions.txt", out);
+}
+
+// A name function of any code type, taking the code as read from the table.
+template <typename Code>
+std::function<const char *(int64_t)> Name(const char *(*fn)(Code)) {
+  return [fn](int64_t code) { return fn(static_cast<Code>(code)); };
+}
+
+TEST(Names, EveryCodeHasItsFixedText) {
+#define NAME(fn) \
+  { #fn, Name(fn) }
+  const std::map<std::string, std::function<const char *(int64_t)>> functions = {
+      NAME(std_aspect_string),        NAME(short_audio_string),  NAME(hdmi_vic_string),
+      NAME(est_timing_1_string),      NAME(est_timing_2_string), NAME(man_timing_string),
+      NAME(short_video_timing_string)};
+#undef NAME
+  const auto rows = edc_test::ReadTable("names.tsv");
+  ASSERT_EQ(rows.size(), 137u);
+  for (const auto &row : rows)
+    EXPECT_STREQ(functions.at(row[0])(std::stoll(row[1], nullptr, 0)), row[2].c_str())
+        << row[0] << "(" << row[1] << ")";
+}
+
+// Output with line ends and tabs shown as \n and \t, so that each call is one line.
+std::string Escaped(const std::string &text) {
+  std::string out;
+  for (char c : text) out += c == '\n' ? "\\n" : c == '\t' ? "\\t" : std::string(1, c);
+  return out;
+}
+
+std::string Hex(uint32_t value, int digits = 2) {
+  char text[16];
+  snprintf(text, sizeof text, "0x%0*X", digits, value);
+  return text;
+}
+
+// "call -> result "printed"": what a function returned (left out for one that
+// returns nothing, or whose result means nothing) and what it printed.
+template <typename Fn>
+std::string Printed(const std::string &call, Fn fn) {
+  std::string result;
+  const std::string out = edc_test::Normalize(edc_test::CaptureStdout([&] {
+    if constexpr (std::is_void_v<decltype(fn())>)
+      fn();
+    else
+      result = std::to_string(fn()) + " ";
+  }));
+  return call + " -> " + result + "\"" + Escaped(out) + "\"\n";
+}
+
+// A mask text built into a buffer of 'x', shown up to two bytes past
+// string_len with each NUL as '~'.
+std::string Built(const char *name, int32_t (*fn)(uint32_t, char *, uint32_t), uint32_t mask,
+                  uint32_t string_len) {
+  char buffer[128];
+  memset(buffer, 'x', sizeof buffer);
+  const std::string call = name + ("(" + Hex(mask)) + ", " + std::to_string(string_len) + ")";
+  std::string line = string_len >= 17  // below that the result means nothing
+                         ? Printed(call, [&] { return fn(mask, buffer, string_len); })
+                         : Printed(call, [&] { fn(mask, buffer, string_len); });
+  std::string shown(buffer, string_len + 2);
+  std::replace(shown.begin(), shown.end(), '\0', '~');
+  return line.substr(0, line.size() - 1) + " [" + shown + "]\n";
+}
+
+TEST(Printers, MaskTextsAndPrintedLinesAreExact) {
+  std::string out =
+      "# call -> result \"printed\" [buffer up to 2 bytes past the length, NUL as ~]\n";
+  for (const auto &[mask, length] :
+       {std::pair{0x7Fu, 100u}, {0x7F, 17}, {0x00, 17}, {0x05, 17}, {0x80, 17}, {0x7F, 16}})
+    out += Built("audio_freq_string", audio_freq_string, mask, length);
+  for (const auto &[mask, length] :
+       {std::pair{0x07u, 30u}, {0x07, 17}, {0x00, 17}, {0x02, 17}, {0x07, 16}})
+    out += Built("audio_pcm_bits_string", audio_pcm_bits_string, mask, length);
+  out += Printed("audio_freq_string(NULL)", [] { audio_freq_string(0x7F, nullptr, 40); });
+  out += Printed("audio_pcm_bits_string(NULL)", [] { audio_pcm_bits_string(0x7F, nullptr, 40); });
+  const uint8_t speakers[][3] = {
+      {0x0F, 0x00, 0xFF}, {0x02, 0, 0}, {0, 0, 0}, {0xFF, 0x07, 0}, {0x00, 0xFA, 0xFF}};
+  for (const auto &s : speakers)
+    out += Printed("print_speaker(" + Hex(s[0]) + ", " + Hex(s[1]) + ", " + Hex(s[2]) + ")",
+                   [&] { return print_speaker(s[0], s[1], s[2]); });
+  // Every format-specific field holds the same value; only the format's own is shown.
+  const uint32_t audio[][4] = {{1, 2, 0x07, 5},  {1, 8, 0, 0},     {2, 6, 0x04, 640},
+                               {8, 2, 0x01, 64}, {9, 2, 0x01, 3},  {13, 8, 0x06, 1},
+                               {14, 2, 0x04, 3}, {16, 2, 0x04, 9}, {18, 6, 0x40, 9},
+                               {0, 2, 0x04, 9},  {15, 2, 0x04, 9}, {19, 2, 0x04, 9}};
+  for (const auto &a : audio) {
+    short_audio_desc_t sad = {a[0], a[1], a[2], a[3], a[3], a[3], a[3]};
+    char call[80];
+    snprintf(call, sizeof call, "print_audio_structure(format %u, channels %u, rates 0x%02X, %u)",
+             a[0], a[1], a[2], a[3]);
+    out += Printed(call, [&] { return print_audio_structure(&sad); });
+  }
+  out += Printed("print_audio_structure(NULL)", [] { print_audio_structure(nullptr); });
+  for (uint32_t mask : {0x00u, 0x81u, 0xFFu, 0x100u})
+    out += Printed("print_stereo_type(" + Hex(mask) + ")", [&] { print_stereo_type(mask); });
+  const char *const est1 = "Established Timings 1";
+  const std::tuple<int32_t, const char *(*)(int32_t), const char *> lists[] = {
+      {0xA5, est_timing_1_string, est1},
+      {0xFF, est_timing_2_string, "Established Timings 2"},
+      {0x80, man_timing_string, "Manufacturer Timings"},
+      {0x0100, est_timing_1_string, est1},
+      {0x0000, est_timing_1_string, est1},
+      {0x80, nullptr, "Manufacturer Timings"},
+      {0x80, man_timing_string, nullptr}};
+  for (const auto &[mask, fn, title] : lists)
+    out +=
+        Printed("print_est_man_type(" + Hex(mask, 4) + ", " + (fn ? "names" : "NULL") + ", " +
+                    (title ? title : "NULL") + ")",
+                [&, mask = mask, fn = fn, title = title] { print_est_man_type(mask, fn, title); });
+  edc_test::ExpectGolden("printers.txt", out);
+}
+
+}  // namespace
