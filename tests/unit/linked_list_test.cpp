@@ -4,17 +4,16 @@
 // it printed, with addresses and marks replaced by names.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstring>
-#include <functional>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include "capture.h"
 #include "golden.h"
 #include "linked_list.h"
 #include "linked_list_internal.h"
+#include "transcript.h"
+
+using edc_test::Transcript;
 
 namespace {
 
@@ -41,37 +40,6 @@ struct IntList {
     return ll_entry_at(&list, index, &data) ? *static_cast<int *>(data) : -999;
   }
   ll_list_t list;
-};
-
-// Records calls, their results and what they printed; names stand in for
-// addresses, which change from run to run.
-class Transcript {
- public:
-  void Name(const void *address, const std::string &name) {
-    char text[32];
-    snprintf(text, sizeof text, "%p", address);
-    names_.emplace_back(text, "<" + name + ">");
-    const auto mark = static_cast<int32_t>(
-        static_cast<uint32_t>(reinterpret_cast<uintptr_t>(address)) ^ 0xA0A06060u);
-    names_.emplace_back(std::to_string(mark), "<mark " + name + ">");
-  }
-  void Note(const std::string &line) { text_ += "\n# " + line + "\n"; }
-  void Call(const std::string &label, const std::function<long()> &call) {
-    long result = 0;
-    const std::string printed = edc_test::CaptureStdout([&] { result = call(); });
-    text_ += label + " -> " + std::to_string(result) + "\n" + edc_test::Normalize(printed);
-  }
-  std::string Text() const {
-    std::string text = text_;
-    for (const auto &[from, to] : names_)
-      for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at))
-        text.replace(at, from.size(), to);
-    return text;
-  }
-
- private:
-  std::string text_;
-  std::vector<std::pair<std::string, std::string>> names_;
 };
 
 TEST(TypeCode, IsTheSignExtendedXorOfTheNameInFourByteGroups) {
