@@ -27,14 +27,14 @@ typedef struct {
 } std_timing_t;
 
 /* Stereo mask bits of a short video descriptor (HDMI 3D_Structure). */
-#define EDID_STEREO_FP 0x01u   /* frame packing */
-#define EDID_STEREO_SSH 0x02u  /* side-by-side (half) */
-#define EDID_STEREO_TBH 0x04u  /* top-and-bottom */
-#define EDID_STEREO_FA 0x08u   /* field alternative */
-#define EDID_STEREO_LA 0x10u   /* line alternative */
-#define EDID_STEREO_SSF 0x20u  /* side-by-side (full) */
-#define EDID_STEREO_LD 0x40u   /* L + depth */
-#define EDID_STEREO_LDG 0x80u  /* L + depth + graphics + graphics-depth */
+#define EDID_STEREO_FP 0x01u  /* frame packing */
+#define EDID_STEREO_SSH 0x02u /* side-by-side (half) */
+#define EDID_STEREO_TBH 0x04u /* top-and-bottom */
+#define EDID_STEREO_FA 0x08u  /* field alternative */
+#define EDID_STEREO_LA 0x10u  /* line alternative */
+#define EDID_STEREO_SSF 0x20u /* side-by-side (full) */
+#define EDID_STEREO_LD 0x40u  /* L + depth */
+#define EDID_STEREO_LDG 0x80u /* L + depth + graphics + graphics-depth */
 
 typedef struct {
   uint8_t native;

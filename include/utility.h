@@ -88,8 +88,10 @@ bool debug_enabled(void);
 
 /* Platform configuration readers; keys are relative to
  * "platform.software.drivers.avcap.edid.". */
-bool get_pc_str(const char *key, char *buffer, uint32_t size, const char *default_val, bool verbose);
-uint32_t get_pc_uint(const char *key, uint32_t min, uint32_t max, uint32_t default_val, bool verbose);
+bool get_pc_str(const char *key, char *buffer, uint32_t size, const char *default_val,
+                bool verbose);
+uint32_t get_pc_uint(const char *key, uint32_t min, uint32_t max, uint32_t default_val,
+                     bool verbose);
 int32_t get_pc_int(const char *key, int32_t min, int32_t max, int32_t default_val, bool verbose);
 
 bool platform_values_init(platform_values_t *platform_values);

@@ -7,7 +7,9 @@
 namespace edc {
 
 // Bit n of value.
-constexpr bool has_bit(uint32_t value, unsigned n) { return ((value >> n) & 1u) != 0; }
+constexpr bool has_bit(uint32_t value, unsigned n) {
+  return ((value >> n) & 1u) != 0;
+}
 
 // Bits high..low of value, shifted down to bit 0.
 constexpr uint32_t bit_range(uint32_t value, unsigned high, unsigned low) {

@@ -19,10 +19,9 @@ void diag_trace(const char *func, int line, const char *fmt, ...)
 #define LOG_ERROR(...) diag_line("ERROR", __FILE_NAME__, __LINE__, __func__, __VA_ARGS__)
 #define LOG_WARNING(...) diag_line("WARNING", __FILE_NAME__, __LINE__, __func__, __VA_ARGS__)
 #define LOG_BUG(...) diag_line("BUG", __FILE_NAME__, __LINE__, __func__, __VA_ARGS__)
-#define LOG_TRACE(...)                                 \
-  do {                                                 \
-    if (debug_enabled())                               \
-      diag_trace(__func__, __LINE__, __VA_ARGS__);     \
+#define LOG_TRACE(...)                                                \
+  do {                                                                \
+    if (debug_enabled()) diag_trace(__func__, __LINE__, __VA_ARGS__); \
   } while (0)
 
 // The same lines on behalf of a named function, for code shared by several
@@ -30,8 +29,7 @@ void diag_trace(const char *func, int line, const char *fmt, ...)
 #define LOG_ERROR_AS(func, ...) diag_line("ERROR", __FILE_NAME__, __LINE__, func, __VA_ARGS__)
 #define LOG_BUG_AS(func, ...) diag_line("BUG", __FILE_NAME__, __LINE__, func, __VA_ARGS__)
 #define LOG_WARNING_AS(func, ...) diag_line("WARNING", __FILE_NAME__, __LINE__, func, __VA_ARGS__)
-#define LOG_TRACE_AS(func, ...)                        \
-  do {                                                 \
-    if (debug_enabled())                               \
-      diag_trace(func, __LINE__, __VA_ARGS__);         \
+#define LOG_TRACE_AS(func, ...)                                   \
+  do {                                                            \
+    if (debug_enabled()) diag_trace(func, __LINE__, __VA_ARGS__); \
   } while (0)

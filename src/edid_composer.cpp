@@ -3,6 +3,8 @@
 // raw EDID dump driver.
 #include "edid_composer.h"
 
+#include <strings.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -10,7 +12,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <span>
-#include <strings.h>
 
 #include "config_root.h"
 #include "diagnostics.h"
@@ -393,7 +394,6 @@ void _get_std_timing_list(ll_list_t *target) {
 
 }  // extern "C"
 
-
 // ===========================================================================
 // Platform values
 // ===========================================================================
@@ -536,7 +536,6 @@ bool _read_platform_values(platform_values_t *platform_values) {
 
 }  // extern "C"
 
-
 // ===========================================================================
 // Raw EDID dump
 // ===========================================================================
@@ -588,11 +587,6 @@ void print_edid(const uint8_t *edid_block, uint32_t edid_bytes, uint8_t summary,
 
 }  // extern "C"
 
-
-
 // ===========================================================================
 // Composition (selection stages, population, entry points)
 // ===========================================================================
-
-
-

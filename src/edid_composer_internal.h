@@ -33,8 +33,8 @@ uint32_t _create_audio_mask(ll_list_t *list);
 void _filter_audio_list_with_mask(ll_list_t *list, uint32_t mask);
 bool _audio_format_in_list(ll_list_t *list, short_audio_desc_t *audio);
 bool _audio_format_in_downstream_sink(edid_t *edid, short_audio_desc_t *audio);
-bool _filter_audio_formats(edid_t *edid, uint32_t audio_mask, bool sink_filter,
-                           ll_list_t *ret_list, platform_values_t *platform_values);
+bool _filter_audio_formats(edid_t *edid, uint32_t audio_mask, bool sink_filter, ll_list_t *ret_list,
+                           platform_values_t *platform_values);
 uint8_t _populate_new_edid(edid_t *new_edid, ll_list_t *modes, edid_t *edid, uint8_t port,
                            int32_t setting_3d, uint32_t *edid_latency,
                            platform_values_t *platform_values);

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 #include <span>
 
 #include "bits.h"
@@ -120,6 +121,23 @@ bool append_element(ll_list_t *list, const char *type, const insertion_messages 
   return true;
 }
 
+// The codec's check of pointer arguments, in argument order: reports the
+// first NULL one as func's error "Function called with <name> set to NULL."
+// and gives false.
+struct named_pointer {
+  const void *pointer;
+  const char *name;
+};
+bool arguments_present(const char *func, std::initializer_list<named_pointer> arguments) {
+  for (const named_pointer &argument : arguments) {
+    if (argument.pointer == nullptr) {
+      LOG_ERROR_AS(func, "Function called with %s set to NULL.", argument.name);
+      return false;
+    }
+  }
+  return true;
+}
+
 }  // namespace
 
 extern "C" {
@@ -163,7 +181,6 @@ uint8_t edid_destroy(edid_t *edid) {
 }
 
 }  // extern "C"
-
 
 // ===========================================================================
 // Base block decoding (VESA E-EDID 1.3)
@@ -402,10 +419,7 @@ void format_descriptor_bytes(const uint8_t *dtd, char (&text)[kDescriptorSize * 
 extern "C" {
 
 uint8_t _calculate_checksum(const uint8_t *edid_block) {
-  if (edid_block == nullptr) {
-    LOG_ERROR("Function called with edid_block set to NULL.");
-    return 0;
-  }
+  if (!arguments_present(__func__, {{edid_block, "edid_block"}})) return 0;
   uint32_t sum = 0;
   for (size_t i = 0; i < kChecksum; ++i) sum += edid_block[i];
   return static_cast<uint8_t>(0u - sum);
@@ -422,10 +436,7 @@ void _replace_all_chars(char *string, int32_t length, uint8_t find, uint8_t repl
 }
 
 uint8_t _decode_edid_standard_timing(uint8_t byte1, uint8_t byte2, edid_t *edid) {
-  if (edid == nullptr) {
-    LOG_ERROR("Function called with edid set to NULL.");
-    return 0;
-  }
+  if (!arguments_present(__func__, {{edid, "edid"}})) return 0;
   if (byte1 == kUnusedStandardTiming && byte2 == kUnusedStandardTiming) return 1;
   static constexpr insertion_messages kMessages = {"Failed creating entry.",
                                                    "Failed adding entry to the back of the list.",
@@ -440,14 +451,7 @@ uint8_t _decode_edid_standard_timing(uint8_t byte1, uint8_t byte2, edid_t *edid)
 }
 
 uint8_t _decode_edid_dtd(const uint8_t *dtd, edid_t *edid) {
-  if (dtd == nullptr) {
-    LOG_ERROR("Function called with dtd set to NULL.");
-    return 0;
-  }
-  if (edid == nullptr) {
-    LOG_ERROR("Function called with edid set to NULL.");
-    return 0;
-  }
+  if (!arguments_present(__func__, {{dtd, "dtd"}, {edid, "edid"}})) return 0;
   // bytes 0-1, pixel clock in 10 kHz units; 0 marks a display descriptor
   const uint32_t pixel_clock = read_le16(dtd) * kPixelClockUnitHz;
   if (pixel_clock == 0) return decode_display_descriptor(dtd, edid);
@@ -469,14 +473,7 @@ uint8_t _decode_edid_dtd(const uint8_t *dtd, edid_t *edid) {
 }
 
 uint8_t decode_edid_block_0(const uint8_t *edid_block, edid_t *edid) {
-  if (edid_block == nullptr) {
-    LOG_ERROR("Function called with edid_block set to NULL.");
-    return 0;
-  }
-  if (edid == nullptr) {
-    LOG_ERROR("Function called with edid set to NULL.");
-    return 0;
-  }
+  if (!arguments_present(__func__, {{edid_block, "edid_block"}, {edid, "edid"}})) return 0;
   for (const auto &l : kRecordLists) {
     if (!ll_is_initialized(&(edid->*l.list))) {
       LOG_ERROR("%s", l.decode_refused);
@@ -536,7 +533,6 @@ uint8_t decode_edid_block_0(const uint8_t *edid_block, edid_t *edid) {
 }
 
 }  // extern "C"
-
 
 // ===========================================================================
 // CEA-861 extension decoding
@@ -1006,28 +1002,14 @@ uint8_t decode_edid_short_audio(uint8_t b1, int32_t b2, uint8_t b3, short_audio_
 }
 
 uint8_t _decode_edid_vendor_block(const uint8_t *vendor_block, edid_t *edid) {
-  if (vendor_block == nullptr) {
-    LOG_ERROR("Function called with vendor_block set to NULL.");
-    return 0;
-  }
-  if (edid == nullptr) {
-    LOG_ERROR("Function called with edid set to NULL.");
-    return 0;
-  }
+  if (!arguments_present(__func__, {{vendor_block, "vendor_block"}, {edid, "edid"}})) return 0;
   // Called on its own, only the block's own 1 + L bytes are known to be there.
   const size_t size = 1 + block_length(vendor_block[0]);
   return decode_vendor_block(byte_view{{vendor_block, size}}, edid);
 }
 
 uint8_t decode_edid_extensions(const uint8_t *edid_extension, uint32_t edid_bytes, edid_t *edid) {
-  if (edid_extension == nullptr) {
-    LOG_ERROR("Function called with edid_extension set to NULL.");
-    return 0;
-  }
-  if (edid == nullptr) {
-    LOG_ERROR("Function called with edid set to NULL.");
-    return 0;
-  }
+  if (!arguments_present(__func__, {{edid_extension, "edid_extension"}, {edid, "edid"}})) return 0;
   // The block as decoded: bytes the caller did not give read as 0, so a
   // missing or short extension fails the tag check (or the checksum).
   std::array<uint8_t, kBlockSize> block{};
@@ -1086,7 +1068,6 @@ uint8_t decode_edid_extensions(const uint8_t *edid_extension, uint32_t edid_byte
 }
 
 }  // extern "C"
-
 
 // ===========================================================================
 // Encoding
@@ -1599,14 +1580,7 @@ uint8_t encode_edid_latency_value(uint16_t latency) {
 }
 
 int32_t _encode_string(uint8_t *block, int8_t tag, const char *string) {
-  if (block == nullptr) {
-    LOG_ERROR("Function called with block set to NULL.");
-    return 0;
-  }
-  if (string == nullptr) {
-    LOG_ERROR("Function called with string set to NULL.");
-    return 0;
-  }
+  if (!arguments_present(__func__, {{block, "block"}, {string, "string"}})) return 0;
   const size_t length = display_text_length(string);
   if (length == 0) return 0;
   memset(block, 0, kDescriptorText);
@@ -1664,14 +1638,7 @@ uint8_t _encode_edid_dtd(uint8_t *dtd_block, detailed_timing_t *timing) {
 }
 
 uint8_t _encode_edid_short_audio(uint8_t *cea_block, short_audio_desc_t *audio) {
-  if (cea_block == nullptr) {
-    LOG_ERROR("Function called with cea_block set to NULL.");
-    return 0;
-  }
-  if (audio == nullptr) {
-    LOG_ERROR("Function called with audio set to NULL.");
-    return 0;
-  }
+  if (!arguments_present(__func__, {{cea_block, "cea_block"}, {audio, "audio"}})) return 0;
   const uint32_t format = audio->format;
   if (format == 0 || format == kAudioExtension) {
     LOG_ERROR("Audio type is not recognied. Type:%d", static_cast<int32_t>(format));
@@ -1703,14 +1670,7 @@ uint8_t _encode_edid_short_audio(uint8_t *cea_block, short_audio_desc_t *audio) 
 
 uint8_t encode_edid(uint8_t *edid_blocks, int32_t size, edid_t *edid, uint8_t *spa_offset,
                     platform_values_t *platform_values) {
-  if (edid_blocks == nullptr) {
-    LOG_ERROR("Function called with edid_blocks set to NULL.");
-    return 0;
-  }
-  if (edid == nullptr) {
-    LOG_ERROR("Function called with edid set to NULL.");
-    return 0;
-  }
+  if (!arguments_present(__func__, {{edid_blocks, "edid_blocks"}, {edid, "edid"}})) return 0;
   if (size != kEncodedSize) {
     LOG_ERROR("Function called with an unsupported block size. val:%d expected:%d", size,
               kEncodedSize);

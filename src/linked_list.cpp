@@ -20,7 +20,9 @@ namespace {
 
 constexpr uint32_t kMagicXor = 0xA0A06060u;
 
-bool verify(ll_list_t *list) { return ll_verify_integrity(list) != 0; }
+bool verify(ll_list_t *list) {
+  return ll_verify_integrity(list) != 0;
+}
 
 }  // namespace
 
@@ -188,9 +190,10 @@ uint8_t ll_delete_entry_at(ll_list_t *list, uint32_t index) {
     return 0;
   }
   if (index >= static_cast<uint32_t>(list->size)) {
-    LOG_ERROR("Index Out of Range: Requesting a value outside the range of the list. Index:%d "
-              "Size:%d",
-              static_cast<int32_t>(index), list->size);
+    LOG_ERROR(
+        "Index Out of Range: Requesting a value outside the range of the list. Index:%d "
+        "Size:%d",
+        static_cast<int32_t>(index), list->size);
     return 0;
   }
   ll_entry_t **link = &list->head;
@@ -284,9 +287,10 @@ uint8_t ll_entry_at(ll_list_t *list, int32_t index, void **entry_data) {
     return 0;
   }
   if (index < 0 || index >= list->size) {
-    LOG_ERROR("Index Out of Range: Requesting a value outside the range of the list. Index:%d "
-              "Size:%d",
-              index, list->size);
+    LOG_ERROR(
+        "Index Out of Range: Requesting a value outside the range of the list. Index:%d "
+        "Size:%d",
+        index, list->size);
     return 0;
   }
   ll_entry_t *entry = list->head;
@@ -303,10 +307,11 @@ uint8_t ll_verify_integrity(ll_list_t *list) {
   const uint32_t expected = _get_magic_number(list);
   if (list->magic != expected) {
     // The labels stand before the other value ("ExpectedMagic" shows the stored mark).
-    LOG_ERROR("Corrupt List: List not initialized. Ptr:%p ExpectedMagic:%d Magic:%d Size:%d "
-              "Head:%p ",
-              static_cast<void *>(list), static_cast<int32_t>(list->magic),
-              static_cast<int32_t>(expected), list->size, static_cast<void *>(list->head));
+    LOG_ERROR(
+        "Corrupt List: List not initialized. Ptr:%p ExpectedMagic:%d Magic:%d Size:%d "
+        "Head:%p ",
+        static_cast<void *>(list), static_cast<int32_t>(list->magic),
+        static_cast<int32_t>(expected), list->size, static_cast<void *>(list->head));
     return 0;
   }
   if (list->head == nullptr) {
@@ -338,13 +343,15 @@ uint8_t ll_verify_integrity(ll_list_t *list) {
       if (next == nullptr && count == list->size) return 1;
       if (next == nullptr && count < list->size) {
         // The labels stand in the opposite order to the values.
-        LOG_ERROR("Corrupt List: Either the list's size doesn't match the number of entries. "
-                  "ListSize:%d Counted:%d",
-                  count, list->size);
+        LOG_ERROR(
+            "Corrupt List: Either the list's size doesn't match the number of entries. "
+            "ListSize:%d Counted:%d",
+            count, list->size);
       } else {
-        LOG_ERROR("Corrupt List: Either the list is the wrong size or the final entry is not "
-                  "NULL. Counted=%d Len=%d NextPtr=%p",
-                  count, list->size, static_cast<void *>(next));
+        LOG_ERROR(
+            "Corrupt List: Either the list is the wrong size or the final entry is not "
+            "NULL. Counted=%d Len=%d NextPtr=%p",
+            count, list->size, static_cast<void *>(next));
       }
       return 0;
     }

@@ -56,9 +56,13 @@ void diag_trace(const char *func, int line, const char *fmt, ...) {
   printf(" \t\t\t%s():%d\n", func, line);
 }
 
-void debug_enable(bool enable) { g_debug_enabled = enable ? 1 : 0; }
+void debug_enable(bool enable) {
+  g_debug_enabled = enable ? 1 : 0;
+}
 
-bool debug_enabled(void) { return g_debug_enabled != 0; }
+bool debug_enabled(void) {
+  return g_debug_enabled != 0;
+}
 
 bool get_pc_str(const char *key, char *buffer, uint32_t size, const char *default_val,
                 bool verbose) {
@@ -145,8 +149,6 @@ int32_t get_pc_int(const char *key, int32_t min, int32_t max, int32_t default_va
 }
 
 }  // extern "C"
-
-
 
 // ===========================================================================
 // VIC timing table and conversions
@@ -519,8 +521,6 @@ uint8_t mode_to_vic(hdmi_mode_t *mode, uint32_t *vic) {
 
 }  // extern "C"
 
-
-
 // ===========================================================================
 // Names and printers
 // ===========================================================================
@@ -795,8 +795,6 @@ const char *short_video_timing_string(uint32_t vic) {
 
 }  // extern "C"
 
-
-
 // ===========================================================================
 // Platform values record lifecycle
 // ===========================================================================
@@ -868,5 +866,3 @@ bool platform_values_destroy(platform_values_t *platform_values) {
 }
 
 }  // extern "C"
-
-

@@ -15,7 +15,9 @@ constexpr size_t kBlockSize = 128;
 constexpr size_t kMaxInput = 4u << 20;
 constexpr uint8_t kHeader[8] = {0x00, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00};
 
-bool IsTextByte(uint8_t c) { return (c >= 0x20 && c < 0x7F) || (c >= '\t' && c <= '\r'); }
+bool IsTextByte(uint8_t c) {
+  return (c >= 0x20 && c < 0x7F) || (c >= '\t' && c <= '\r');
+}
 
 bool LooksBinary(const std::vector<uint8_t> &contents) {
   if (contents.size() >= sizeof kHeader && memcmp(contents.data(), kHeader, sizeof kHeader) == 0)
@@ -114,8 +116,8 @@ EdidInput ParseEdid(const std::vector<uint8_t> &contents) {
   if (LooksBinary(contents)) {
     input.bytes = contents;
   } else {
-    input = ParseHex(std::string_view(reinterpret_cast<const char *>(contents.data()),
-                                      contents.size()));
+    input = ParseHex(
+        std::string_view(reinterpret_cast<const char *>(contents.data()), contents.size()));
     if (!input.error.empty()) return input;
     if (input.bytes.empty()) {
       input.error = "no hexadecimal EDID data found";
@@ -123,8 +125,8 @@ EdidInput ParseEdid(const std::vector<uint8_t> &contents) {
     }
   }
   if (input.bytes.size() % kBlockSize != 0) {
-    input.error = std::to_string(input.bytes.size()) +
-                  " bytes of EDID data, which is not a multiple of 128";
+    input.error =
+        std::to_string(input.bytes.size()) + " bytes of EDID data, which is not a multiple of 128";
     input.bytes.clear();
   }
   return input;
