@@ -276,11 +276,15 @@ std::string Load(const void *base, std::span<const FieldRef> fields) {
 
 }  // namespace
 
-std::vector<std::string> RecordLines(edid_t *edid) {
+std::vector<std::string> RecordLines(edid_t *edid, bool set_fields_only) {
   std::vector<std::string> lines;
-  for (const FieldRef &f : kEdidFields) lines.push_back(f.name + Load(edid, {&f, 1}));
+  for (const FieldRef &f : kEdidFields) {
+    const std::string values = Load(edid, {&f, 1});
+    if (!set_fields_only || values.find_first_not_of(" 0\"") != std::string::npos)
+      lines.push_back(f.name + values);
+  }
   for (const ListRef &l : kLists) {
-    for (int32_t i = 0; i < ll_size(&(edid->*l.list)); ++i) {
+    for (int32_t i = 0; ll_is_initialized(&(edid->*l.list)) && i < ll_size(&(edid->*l.list)); ++i) {
       void *data = nullptr;
       if (ll_entry_at(&(edid->*l.list), i, &data)) lines.push_back(l.name + Load(data, l.fields));
     }

@@ -110,9 +110,10 @@ std::vector<CorpusEntry> ReadCorpusManifest();
 // declaration order: "std_timing", "dtd", "svd", "sad". "clear svd" empties
 // a list; "33x svd 0 1 0" repeats a line. False for a line it does not know.
 bool ApplyRecordLine(const std::string &line, edid_t *edid);
-// The record as such lines, every field and element ("manufacturer_id SAM",
+// The record as such lines, every field (or only those not all zero) and
+// every element of the lists that are initialised ("manufacturer_id SAM",
 // "svd 1 16 0"), for comparing two records.
-std::vector<std::string> RecordLines(edid_t *edid);
+std::vector<std::string> RecordLines(edid_t *edid, bool set_fields_only = false);
 
 // A prepared edid_t, destroyed with the object.
 struct PreparedEdid {

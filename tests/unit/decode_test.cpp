@@ -28,66 +28,14 @@ using namespace edc_test;  // NOLINT: builders and line helpers throughout
 
 namespace {
 
-void Put(std::ostream &o, const char *name, uint64_t value) {
-  if (value != 0) o << name << "=" << value << "\n";
-}
-void Put(std::ostream &o, const char *name, const char *text) {
-  if (text[0] != '\0') o << name << "=" << text << "\n";
-}
-
-template <typename T>
-std::vector<T> Items(ll_list_t *list) {  // none for a list that is not initialised
-  return ll_is_initialized(list) ? Elements<T>(list) : std::vector<T>{};
-}
-
-// The fields of the record that are not zero, then its lists.
-std::string Dump(edid_t &e) {
-  std::ostringstream o;
-  // clang-format off
-#define F(field) Put(o, #field, e.field);
-  F(valid) F(manufacturer_id) F(product_id) F(serial) F(week) F(year) F(version) F(revision)
-  F(digital) F(h_size_cm) F(v_size_cm) F(gamma) F(standby) F(suspend) F(active_off)
-  F(standard_colorspace) F(preferred_timing) F(gtf) F(red_x) F(red_y) F(green_x) F(green_y)
-  F(blue_x) F(blue_y) F(white_x) F(white_y) F(established_timings_1) F(established_timings_2)
-  F(manufacturer_timings) F(monitor_serial) F(monitor_data) F(monitor_name) F(min_v_rate)
-  F(max_v_rate) F(min_h_rate) F(max_h_rate) F(max_pixel_clock) F(num_extensions) F(checksum)
-  F(underscan) F(basic_audio) F(ycbcr444) F(ycbcr422) F(speaker[0]) F(speaker[1]) F(speaker[2])
-  F(hdmi_vsdb_present) F(address.a) F(address.b) F(address.c) F(address.d) F(dc_48bit)
-  F(dc_36bit) F(dc_30bit) F(dc_y444) F(dvi_dual) F(max_tmds_clock) F(supports_ai) F(cnc0) F(cnc1)
-  F(cnc2) F(cnc3) F(hdmi_video_present) F(video_latency) F(audio_latency)
-  F(interlaced_video_latency) F(interlaced_audio_latency) F(present_3d) F(image_size)
-  F(hdmi_vic_len) F(hdmi_vic[0]) F(hdmi_vic[1]) F(hdmi_vic[2]) F(hdmi_vic[3]) F(hdmi_vic[4])
-  F(hdmi_vic[5]) F(hdmi_vic[6]) F(xvycc601) F(xvycc709);
-#undef F
-  // clang-format on
-  char line[200];
-  for (const auto &t : Items<std_timing_t>(&e.std_timings))
-    o << "std " << t.h_active << " aspect " << t.aspect_ratio << " " << t.refresh_rate << " Hz\n";
-  for (const auto &t : Items<detailed_timing_t>(&e.dtd_list)) {
-    snprintf(line, sizeof line,
-             "dtd valid %u %u Hz %u+%u sync %u/%u x %u+%u sync %u/%u image %ux%u border %u/%u %s "
-             "stereo %u polarity %c%c\n",
-             t.valid, t.pixel_clock, t.h_active, t.h_blanking, t.h_sync_offset, t.h_sync_width,
-             t.v_active, t.v_blanking, t.v_sync_offset, t.v_sync_width, t.h_image_size,
-             t.v_image_size, t.h_border, t.v_border, t.progressive ? "P" : "I", t.stereo,
-             t.h_sync_positive ? '+' : '-', t.v_sync_positive ? '+' : '-');
-    o << line;
-  }
-  for (const auto &s : Items<short_video_desc_t>(&e.video_list))
-    o << "svd " << s.vic << (s.native ? " native" : "") << " stereo " << s.stereo << "\n";
-  for (const auto &a : Items<short_audio_desc_t>(&e.audio_list))
-    o << "sad format " << a.format << " channels " << a.channels << " rates " << a.sample_rates
-      << " depths " << a.bit_depths << " bitrate " << a.max_bitrate << " value " << a.format_value
-      << " profile " << a.profile << "\n";
-  return o.str();
-}
-
 // "== what", the lines printed, "-> result", then the record.
 std::string Scene(const std::string &what, edid_t &edid, const std::function<int()> &fn) {
   int result = 0;
   std::string out = "== " + what + "\n";
   for (const auto &line : Lines([&] { result = fn(); })) out += line + "\n";
-  return out + "-> " + std::to_string(result) + "\n" + Dump(edid);
+  out += "-> " + std::to_string(result) + "\n";
+  for (const auto &line : RecordLines(&edid, true)) out += line + "\n";
+  return out;
 }
 
 // A decoder run on a fresh record and a heap copy of exactly size bytes (all
