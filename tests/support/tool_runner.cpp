@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 
@@ -13,39 +12,37 @@ namespace edc_test {
 
 namespace {
 
-std::string Slurp(const std::string &path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+// Runs command and returns its raw status; its standard output goes to out.
+int Run(const std::string &command, std::string &out) {
+  FILE *pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) return -1;
+  char chunk[4096];
+  for (size_t got; (got = fread(chunk, 1, sizeof chunk, pipe)) > 0;) out.append(chunk, got);
+  return pclose(pipe);
 }
 
 }  // namespace
 
+std::string RunCommand(const std::string &command) {
+  std::string out;
+  Run(command, out);
+  return out;
+}
+
 ToolResult RunTool(const std::string &arguments, const std::string &stdin_text) {
-#ifndef EDC_TOOL_PATH
-  ADD_FAILURE() << "the tool is not part of this build";
-  return {};
-#else
-  char dir[] = "/tmp/edc_tool_XXXXXX";
-  if (mkdtemp(dir) == nullptr) {
-    ADD_FAILURE() << "mkdtemp failed";
-    return {};
-  }
-  const std::string base(dir);
-  {
-    std::ofstream in(base + "/in", std::ios::binary);
-    in << stdin_text;
-  }
-  const std::string command = std::string("'") + EDC_TOOL_PATH + "' " + arguments + " <'" +
-                              base + "/in' >'" + base + "/out' 2>'" + base + "/err'";
-  const int raw = system(command.c_str());
+  // Per process: CTest runs tests in parallel.
+  const std::string base = testing::TempDir() + "edc_tool_" + std::to_string(getpid());
+  std::ofstream(base + ".in", std::ios::binary) << stdin_text;
   ToolResult result;
-  result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-  result.out = Slurp(base + "/out");
-  result.err = Slurp(base + "/err");
-  for (const char *name : {"/in", "/out", "/err"}) unlink((base + name).c_str());
-  rmdir(dir);
+  const int raw = Run(std::string("'") + EDC_TOOL_PATH + "' " + arguments + " <'" + base +
+                          ".in' 2>'" + base + ".err'",
+                      result.out);
+  result.status = raw != -1 && WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+  std::ifstream err(base + ".err", std::ios::binary);
+  result.err.assign(std::istreambuf_iterator<char>(err), std::istreambuf_iterator<char>());
+  unlink((base + ".in").c_str());
+  unlink((base + ".err").c_str());
   return result;
-#endif
 }
 
 }  // namespace edc_test

@@ -1,9 +1,13 @@
-// Runs the edid-composer binary of this build through the shell.
+// Running programs from tests: a shell command, or the edid-composer binary
+// of this build.
 #pragma once
 
 #include <string>
 
 namespace edc_test {
+
+// What a shell command printed on standard output.
+std::string RunCommand(const std::string &command);
 
 struct ToolResult {
   int status = -1;  // exit status, or -1 when it did not exit normally
