@@ -22,8 +22,10 @@ void FixChecksum(Bytes &bytes, size_t offset) {
   bytes[offset + 127] = static_cast<uint8_t>(0x100 - sum);
 }
 
-bool CorpusEntry::IsOdd(const std::string &reason) const {
-  return std::find(odd.begin(), odd.end(), reason) != odd.end();
+std::string CorpusEntry::FirstOdd(const std::vector<const char *> &reasons) const {
+  for (const char *reason : reasons)
+    if (std::find(odd.begin(), odd.end(), reason) != odd.end()) return reason;
+  return "";
 }
 
 std::vector<CorpusEntry> ReadCorpusManifest() {

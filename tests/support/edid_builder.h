@@ -2,6 +2,7 @@
 // text lines, prepared records that clean up after themselves, checksums.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -21,7 +22,8 @@ struct CorpusEntry {
   std::string file;  // name in tests/corpus/edid/
   int blocks = 0;
   std::vector<std::string> odd;  // reasons for the odd class
-  bool IsOdd(const std::string &reason) const;
+  // The first of reasons that the entry has, or "".
+  std::string FirstOdd(const std::vector<const char *> &reasons) const;
 };
 std::vector<CorpusEntry> ReadCorpusManifest();
 

@@ -1,49 +1,48 @@
 // The text dump: whole outputs compared with reviewed golden files
-// (tests/golden/<name>.<full|summary>.txt, normalized as in capture.h), and
-// the rules that real EDIDs do not show. After a deliberate change of the
-// output, rewrite the golden files with
-//   EDC_UPDATE_GOLDEN=1 build/gcc/tests/edc_unit_tests --gtest_filter='Dump*'
-// and review their diff line by line before committing it.
+// (tests/golden/<name>.<full|summary>.txt, normalized as in capture.h) and
+// the rules that real EDIDs do not show; then the dump command as a user runs
+// it: corpus EDIDs as binary, as edid-decode's hex and as xxd -p's, from a
+// file or standard input, print what print_edid prints, and unusable input
+// gets one line on standard error and status 2.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <fstream>
 
 #include "capture.h"
 #include "edid_builder.h"
 #include "edid_composer.h"
+#include "edid_input.h"
+#include "golden.h"
+#include "tool_runner.h"
 
-using edc_test::Error;
-using edc_test::Lines;
+using namespace edc_test;  // NOLINT: capture, record and tool helpers throughout
 using testing::ElementsAre;
 
 namespace {
 
 std::vector<unsigned char> Corpus(const std::string &stem) {
-  return edc_test::ReadFile(edc_test::CorpusDir() + "/edid/" + stem + ".bin");
+  return ReadFile(CorpusDir() + "/edid/" + stem + ".bin");
 }
 
-void ExpectGolden(const std::string &name, const std::function<void()> &print) {
-  const std::string text = edc_test::Normalize(edc_test::CaptureStdout(print));
-  const std::string path = std::string(EDC_TESTS_DIR) + "/golden/" + name;
-  if (getenv("EDC_UPDATE_GOLDEN") != nullptr) std::ofstream(path, std::ios::binary) << text;
-  const auto golden = edc_test::ReadFile(path);
-  EXPECT_EQ(text, std::string(golden.begin(), golden.end())) << path;
+std::string Printed(const std::vector<unsigned char> &bytes, uint8_t summary,
+                    const std::string &title) {
+  return CaptureStdout([&] {
+    print_edid(bytes.data(), static_cast<uint32_t>(bytes.size()), summary, title.c_str());
+  });
 }
 
 // An HDMI TV with 3D structures per format, a UHD TV with HDMI VICs, a
 // monitor without the HDMI block, a base block alone, three blocks, and a
 // CEA extension whose checksum fails.
 TEST(DumpGolden, RealEdidsInBothForms) {
-  for (const char *stem : {"hdmi3d-01fed248b978", "hdmi3d-000ee288edb2", "monitor-cea-fcb67c4e575d",
-                           "base-fabfe2602322", "multi-73dba7bd93d7", "odd-003aa3b7c39b"}) {
-    const auto bytes = Corpus(stem);
-    for (const uint8_t summary : {0, 1})
-      ExpectGolden(std::string(stem) + (summary ? ".summary.txt" : ".full.txt"), [&] {
-        print_edid(bytes.data(), static_cast<uint32_t>(bytes.size()), summary, stem);
-      });
+  for (const std::string stem :
+       {"hdmi3d-01fed248b978", "hdmi3d-000ee288edb2", "monitor-cea-fcb67c4e575d",
+        "base-fabfe2602322", "multi-73dba7bd93d7", "odd-003aa3b7c39b"}) {
+    ExpectGolden(stem + ".full.txt", Normalize(Printed(Corpus(stem), 0, stem)));
+    ExpectGolden(stem + ".summary.txt", Normalize(Printed(Corpus(stem), 1, stem)));
   }
 }
 
@@ -53,7 +52,7 @@ TEST(DumpGolden, RealEdidsInBothForms) {
 // gamma 1.05, no image size, an unknown HDMI VIC, dual DVI, xvYCC709 alone.
 TEST(DumpGolden, AlteredRecordAndTheValidFlag) {
   const auto bytes = Corpus("hdmi3d-01fed248b978");
-  edc_test::PreparedEdid record;
+  PreparedEdid record;
   edid_t &e = record.edid;
   ASSERT_TRUE(decode_edid_block_0(bytes.data(), &e) &&
               decode_edid_extensions(&bytes[128], 128, &e));
@@ -66,21 +65,21 @@ TEST(DumpGolden, AlteredRecordAndTheValidFlag) {
   e.serial = 0x89ABCDEF, e.monitor_name[0] = '\0', strcpy(e.monitor_data, "DATA");
   e.gamma = 5, e.h_size_cm = 0, e.dvi_dual = 1, e.xvycc709 = 1;
   e.hdmi_vic_len = 2, e.hdmi_vic[0] = 4, e.hdmi_vic[1] = 9;
-  for (const uint8_t summary : {0, 1})
-    ExpectGolden(std::string("altered.") + (summary ? "summary.txt" : "full.txt"),
-                 [&] { EXPECT_EQ(print_edid_struct(&e, summary, "altered"), 1); });
+  const auto print = [&](uint8_t summary) {
+    return Normalize(
+        CaptureStdout([&] { EXPECT_EQ(print_edid_struct(&e, summary, "altered"), 1); }));
+  };
+  ExpectGolden("altered.full.txt", print(0));
+  ExpectGolden("altered.summary.txt", print(1));
   // Without a recognised header the full form is the title alone; the
   // summary does not look at the flag.
   e.valid = 0;
-  EXPECT_EQ(edc_test::CaptureStdout([&] { print_edid_struct(&e, 0, "altered"); }), "altered\n");
-  ExpectGolden("altered.summary.txt", [&] { print_edid_struct(&e, 1, "altered"); });
+  EXPECT_EQ(print(0), "altered\n");
+  ExpectGolden("altered.summary.txt", print(1));
 }
 
 TEST(Dump, RefusesWhatIsNotWholeBlocks) {
   const auto bytes = Corpus("base-fabfe2602322");
-  const auto header =
-      "Failed verifying the header. Expected:  ffffffffffff00 Received:" + std::string(15, ' ') +
-      "0";
   EXPECT_THAT(Lines([&] { print_edid(nullptr, 128, 0, "t"); }),
               ElementsAre(Error("print_edid",
                                 "\"edid_block\" memory block parameter is NULL. "
@@ -91,12 +90,85 @@ TEST(Dump, RefusesWhatIsNotWholeBlocks) {
                                 "Range=(128-256)")));
   // 0 passes the test; no byte is read, so block 0 is all zeros.
   EXPECT_THAT(Lines([&] { print_edid(bytes.data(), 0, 0, "t"); }),
-              ElementsAre(Error("decode_edid_block_0", header),
+              ElementsAre(Error("decode_edid_block_0",
+                                "Failed verifying the header. Expected:  "
+                                "ffffffffffff00 Received:               0"),
                           Error("print_edid", "Failed decoding EDID block 0.")));
   EXPECT_THAT(Lines([] { EXPECT_EQ(print_edid_struct(nullptr, 1, "t"), 0); }),
-              ElementsAre(edc_test::Bug("print_edid_struct",
-                                        "\"edid\" parameter is NULL. "
-                                        "edid:(nil)")));
+              ElementsAre(Bug("print_edid_struct", "\"edid\" parameter is NULL. edid:(nil)")));
+}
+
+// The reader on every corpus EDID as xxd -p prints it (edid-decode's form is
+// read back in the corpus cross-check); the tool itself, with each option
+// and form, on every tenth (on all with EDC_TOOL_FULL_CORPUS=1: about 20 s,
+// and 100 s under the sanitizers).
+TEST(ToolDump, ReadsCorpusEdidsInEachFormAsPrintEdidPrintsThem) {
+  const std::string xxd_file = testing::TempDir() + "edc_dump_" + std::to_string(getpid());
+  const size_t stride = getenv("EDC_TOOL_FULL_CORPUS") != nullptr ? 1 : 10;
+  const auto manifest = ReadCorpusManifest();
+  int statuses[2] = {0, 0};
+  for (size_t i = 0; i < manifest.size(); ++i) {
+    const std::string path = CorpusDir() + "/edid/" + manifest[i].file;
+    SCOPED_TRACE(path);
+    const auto binary = ReadFile(path);
+    std::string xxd;  // 30 bytes a line
+    for (size_t at = 0; at < binary.size(); ++at) {
+      char pair[3];
+      snprintf(pair, sizeof pair, "%02x", binary[at]);
+      xxd += pair + std::string((at + 1) % 30 == 0 || at + 1 == binary.size() ? "\n" : "");
+    }
+    EXPECT_EQ(edc_tool::ParseEdid({xxd.begin(), xxd.end()}).bytes, binary);
+    if (i % stride != 0) continue;
+
+    const std::string full = Printed(binary, 0, path);
+    // print_edid prints nothing but the failure when decoding fails.
+    const int status = full.find("print_edid() ERROR: Failed decoding") != std::string::npos;
+    ++statuses[status];
+    const std::string traced_summary = [&] {
+      DebugOn debug;
+      return Printed(binary, 1, "TV");
+    }();
+    std::ofstream(xxd_file) << xxd;
+    // edid-decode's text on standard input (the bytes, where it crashes)
+    std::string peer = RunCommand("edid-decode '" + path + "' 2>/dev/null");
+    if (peer.empty()) peer.assign(binary.begin(), binary.end());
+    const std::pair<ToolResult, std::string> runs[] = {
+        {RunTool("dump " + path), full},
+        {RunTool("dump --summary --debug --title TV " + xxd_file), traced_summary},
+        {RunTool("dump -", peer), Printed(binary, 0, "standard input")}};
+    for (const auto &[result, expected] : runs) {
+      EXPECT_EQ(result.status, status);
+      EXPECT_EQ(result.out, expected);
+      EXPECT_EQ(result.err, "");
+    }
+  }
+  unlink(xxd_file.c_str());
+  EXPECT_GT(statuses[0], 0);
+  EXPECT_GT(statuses[1], 0);
+}
+
+TEST(ToolDump, UnusableInputIsOneLineAndStatus2) {
+  const auto base = Corpus("base-fabfe2602322");
+  const struct {
+    std::string file, input, error;
+  } cases[] = {
+      {"/nonexistent/edid.bin", "",
+       "/nonexistent/edid.bin: cannot open: No such file or directory"},
+      {"/", "", "/: cannot read: Is a directory"},
+      {"-", "", "standard input: the input is empty"},
+      {"-", "00 ff zz\n", "standard input: line 1: \"zz\" is not hexadecimal EDID data"},
+      {"-", std::string(base.begin(), base.end()) + "\n",
+       "standard input: 129 bytes of EDID data, which is not a multiple of 128"},
+  };
+  for (const auto &c : cases) {
+    const auto result = RunTool("dump " + c.file, c.input);
+    EXPECT_EQ(result.status, 2) << c.error;
+    EXPECT_EQ(result.out, "") << c.error;
+    EXPECT_EQ(result.err, "edid-composer: " + c.error + "\n");
+  }
+  const auto usage = RunTool("dump");  // FILE missing
+  EXPECT_EQ(usage.status, 2);
+  EXPECT_THAT(usage.err, testing::HasSubstr("FILE is required"));
 }
 
 }  // namespace
