@@ -7,20 +7,13 @@
 #include <cctype>
 #include <cstddef>
 #include <cstring>
-#include <fstream>
 #include <span>
 #include <sstream>
 
 #include "capture.h"
+#include "golden.h"
 
 namespace edc_test {
-
-void FixChecksum(Bytes &bytes, size_t offset) {
-  bytes.resize(std::max(bytes.size(), offset + 128));
-  uint8_t sum = 0;
-  for (size_t i = offset; i < offset + 127; ++i) sum = static_cast<uint8_t>(sum + bytes[i]);
-  bytes[offset + 127] = static_cast<uint8_t>(0x100 - sum);
-}
 
 std::string CorpusEntry::FirstOdd(const std::vector<const char *> &reasons) const {
   for (const char *reason : reasons)
@@ -30,19 +23,12 @@ std::string CorpusEntry::FirstOdd(const std::vector<const char *> &reasons) cons
 
 std::vector<CorpusEntry> ReadCorpusManifest() {
   std::vector<CorpusEntry> entries;
-  std::ifstream in(CorpusDir() + "/MANIFEST.tsv");
-  std::string line;
-  std::getline(in, line);  // the header
-  while (std::getline(in, line)) {
-    std::vector<std::string> columns;
-    std::stringstream row(line);
-    for (std::string column; std::getline(row, column, '\t');) columns.push_back(column);
-    if (columns.size() < 11) continue;
-    CorpusEntry entry{columns[0], std::stoi(columns[2]), {}};
-    std::stringstream reasons(columns[10]);
+  for (const auto &row : ReadTable("../corpus/MANIFEST.tsv")) {
+    if (row.size() < 11 || row[0] == "file") continue;  // the heading
+    CorpusEntry &entry = entries.emplace_back(CorpusEntry{row[0], std::stoi(row[2]), {}});
+    std::stringstream reasons(row[10]);
     for (std::string reason; std::getline(reasons, reason, ',');)
       if (reason != "-") entry.odd.push_back(reason);
-    entries.push_back(entry);
   }
   EXPECT_GT(entries.size(), 1000u) << "corpus manifest missing or short";
   return entries;

@@ -1,9 +1,10 @@
 // EDID records for tests: the corpus manifest, records written and read as
-// text lines, prepared records that clean up after themselves, checksums.
+// text lines, prepared records that clean up after themselves.
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -12,10 +13,6 @@
 namespace edc_test {
 
 using Bytes = std::vector<uint8_t>;
-
-// Sets byte 127 of the 128-byte block at offset (grown to hold it) so that
-// the block sums to 0.
-void FixChecksum(Bytes &bytes, size_t offset = 0);
 
 // One row of the corpus manifest (tests/corpus/MANIFEST.tsv).
 struct CorpusEntry {
@@ -46,6 +43,14 @@ struct PreparedEdid {
   PreparedEdid &operator=(const PreparedEdid &) = delete;
   edid_t edid;
 };
+
+// printf into a string of at most 255 characters.
+template <typename... Args>
+std::string Format(const char *format, Args... args) {
+  char text[256];
+  snprintf(text, sizeof text, format, args...);
+  return text;
+}
 
 // The elements of a record list, copied out in order.
 template <typename T>

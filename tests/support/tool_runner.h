@@ -6,11 +6,12 @@
 
 namespace edc_test {
 
-// What a shell command printed on standard output.
-std::string RunCommand(const std::string &command);
+// What a shell command printed on standard output; its exit status (-1 when
+// it did not exit normally) goes to status when that is given.
+std::string RunCommand(const std::string &command, int *status = nullptr);
 
 struct ToolResult {
-  int status = -1;  // exit status, or -1 when it did not exit normally
+  int status = -1;
   std::string out;
   std::string err;
 };

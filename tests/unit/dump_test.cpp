@@ -1,9 +1,6 @@
-// The text dump: whole outputs compared with reviewed golden files
-// (tests/golden/<name>.<full|summary>.txt, normalized as in capture.h) and
-// the rules that real EDIDs do not show; then the dump command as a user runs
-// it: corpus EDIDs as binary, as edid-decode's hex and as xxd -p's, from a
-// file or standard input, print what print_edid prints, and unusable input
-// gets one line on standard error and status 2.
+// The text dump, whole outputs compared with reviewed golden files
+// (tests/golden/<name>.<full|summary>.txt, normalized as in capture.h), and
+// the dump command as a user runs it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -80,28 +77,28 @@ TEST(DumpGolden, AlteredRecordAndTheValidFlag) {
 
 TEST(Dump, RefusesWhatIsNotWholeBlocks) {
   const auto bytes = Corpus("base-fabfe2602322");
-  EXPECT_THAT(Lines([&] { print_edid(nullptr, 128, 0, "t"); }),
-              ElementsAre(Error("print_edid",
-                                "\"edid_block\" memory block parameter is NULL. "
-                                "Exiting. edid_block:(nil)")));
-  EXPECT_THAT(Lines([&] { print_edid(bytes.data(), 129, 0, "t"); }),
-              ElementsAre(Error("print_edid",
-                                "Edid size is not an valid value. edid_bytes=129 "
-                                "Range=(128-256)")));
-  // 0 passes the test; no byte is read, so block 0 is all zeros.
-  EXPECT_THAT(Lines([&] { print_edid(bytes.data(), 0, 0, "t"); }),
-              ElementsAre(Error("decode_edid_block_0",
-                                "Failed verifying the header. Expected:  "
-                                "ffffffffffff00 Received:               0"),
-                          Error("print_edid", "Failed decoding EDID block 0.")));
-  EXPECT_THAT(Lines([] { EXPECT_EQ(print_edid_struct(nullptr, 1, "t"), 0); }),
-              ElementsAre(Bug("print_edid_struct", "\"edid\" parameter is NULL. edid:(nil)")));
+  EXPECT_THAT(
+      Lines([&] {
+        print_edid(nullptr, 128, 0, "t");
+        print_edid(bytes.data(), 129, 0, "t");
+        print_edid(bytes.data(), 0, 0, "t");  // 0 passes; no byte is read: block 0 is all zeros
+        EXPECT_EQ(print_edid_struct(nullptr, 1, "t"), 0);
+      }),
+      ElementsAre(
+          Error("print_edid",
+                "\"edid_block\" memory block parameter is NULL. Exiting. edid_block:(nil)"),
+          Error("print_edid", "Edid size is not an valid value. edid_bytes=129 Range=(128-256)"),
+          Error("decode_edid_block_0",
+                "Failed verifying the header. Expected:  ffffffffffff00 Received:               0"),
+          Error("print_edid", "Failed decoding EDID block 0."),
+          Bug("print_edid_struct", "\"edid\" parameter is NULL. edid:(nil)")));
 }
 
-// The reader on every corpus EDID as xxd -p prints it (edid-decode's form is
-// read back in the corpus cross-check); the tool itself, with each option
-// and form, on every tenth (on all with EDC_TOOL_FULL_CORPUS=1: about 20 s,
-// and 100 s under the sanitizers).
+// Every corpus EDID read as xxd -p prints it (edid-decode's form is read
+// back in the corpus cross-check); the tool, with each option and form of
+// input, on every tenth (all with EDC_TOOL_FULL_CORPUS=1: about 20 s, and
+// 100 s under the sanitizers) prints what print_edid prints, with exit
+// status 1 where decoding fails.
 TEST(ToolDump, ReadsCorpusEdidsInEachFormAsPrintEdidPrintsThem) {
   const std::string xxd_file = testing::TempDir() + "edc_dump_" + std::to_string(getpid());
   const size_t stride = getenv("EDC_TOOL_FULL_CORPUS") != nullptr ? 1 : 10;
@@ -112,16 +109,11 @@ TEST(ToolDump, ReadsCorpusEdidsInEachFormAsPrintEdidPrintsThem) {
     SCOPED_TRACE(path);
     const auto binary = ReadFile(path);
     std::string xxd;  // 30 bytes a line
-    for (size_t at = 0; at < binary.size(); ++at) {
-      char pair[3];
-      snprintf(pair, sizeof pair, "%02x", binary[at]);
-      xxd += pair + std::string((at + 1) % 30 == 0 || at + 1 == binary.size() ? "\n" : "");
-    }
+    for (size_t at = 0; at < binary.size(); ++at)
+      xxd += Format((at + 1) % 30 == 0 || at + 1 == binary.size() ? "%02x\n" : "%02x", binary[at]);
     EXPECT_EQ(edc_tool::ParseEdid({xxd.begin(), xxd.end()}).bytes, binary);
     if (i % stride != 0) continue;
-
     const std::string full = Printed(binary, 0, path);
-    // print_edid prints nothing but the failure when decoding fails.
     const int status = full.find("print_edid() ERROR: Failed decoding") != std::string::npos;
     ++statuses[status];
     const std::string traced_summary = [&] {
@@ -129,9 +121,8 @@ TEST(ToolDump, ReadsCorpusEdidsInEachFormAsPrintEdidPrintsThem) {
       return Printed(binary, 1, "TV");
     }();
     std::ofstream(xxd_file) << xxd;
-    // edid-decode's text on standard input (the bytes, where it crashes)
     std::string peer = RunCommand("edid-decode '" + path + "' 2>/dev/null");
-    if (peer.empty()) peer.assign(binary.begin(), binary.end());
+    if (peer.empty()) peer.assign(binary.begin(), binary.end());  // edid-decode crashed
     const std::pair<ToolResult, std::string> runs[] = {
         {RunTool("dump " + path), full},
         {RunTool("dump --summary --debug --title TV " + xxd_file), traced_summary},
@@ -151,7 +142,7 @@ TEST(ToolDump, UnusableInputIsOneLineAndStatus2) {
   const auto base = Corpus("base-fabfe2602322");
   const struct {
     std::string file, input, error;
-  } cases[] = {
+  } inputs[] = {
       {"/nonexistent/edid.bin", "",
        "/nonexistent/edid.bin: cannot open: No such file or directory"},
       {"/", "", "/: cannot read: Is a directory"},
@@ -160,7 +151,7 @@ TEST(ToolDump, UnusableInputIsOneLineAndStatus2) {
       {"-", std::string(base.begin(), base.end()) + "\n",
        "standard input: 129 bytes of EDID data, which is not a multiple of 128"},
   };
-  for (const auto &c : cases) {
+  for (const auto &c : inputs) {
     const auto result = RunTool("dump " + c.file, c.input);
     EXPECT_EQ(result.status, 2) << c.error;
     EXPECT_EQ(result.out, "") << c.error;
