@@ -15,8 +15,8 @@
 
 namespace edc_test {
 
-std::string CorpusEntry::FirstOdd(const std::vector<const char *> &reasons) const {
-  for (const char *reason : reasons)
+std::string CorpusEntry::FirstOdd(const std::vector<std::string> &reasons) const {
+  for (const auto &reason : reasons)
     if (std::find(odd.begin(), odd.end(), reason) != odd.end()) return reason;
   return "";
 }

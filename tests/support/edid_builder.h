@@ -20,7 +20,7 @@ struct CorpusEntry {
   int blocks = 0;
   std::vector<std::string> odd;  // reasons for the odd class
   // The first of reasons that the entry has, or "".
-  std::string FirstOdd(const std::vector<const char *> &reasons) const;
+  std::string FirstOdd(const std::vector<std::string> &reasons) const;
 };
 std::vector<CorpusEntry> ReadCorpusManifest();
 

@@ -5,40 +5,21 @@
 // The corpus round trip is in decode_test.cpp.
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <map>
 #include <numeric>
 #include <optional>
+#include <regex>
 #include <sstream>
 #include <tuple>
 
 #include "capture.h"
 #include "edid_builder.h"
-#include "edid_decode_encode_internal.h"
 #include "golden.h"
 #include "utility.h"
 
 using namespace edc_test;  // NOLINT: record and line helpers throughout
 
 namespace {
-
-// Compares bytes given as hex from offset at; "cs" (a checksum) is left to
-// the sum check, "#" starts a comment. Returns the number of bytes given.
-size_t ExpectBytes(const std::vector<uint8_t> &buffer, size_t at, const std::string &hex) {
-  std::istringstream in(hex);
-  size_t count = 0;
-  for (std::string token; in >> token;) {
-    if (token[0] == '#') {
-      in.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
-      continue;
-    }
-    if (token != "cs") {
-      EXPECT_EQ(buffer.at(at + count), std::stoul(token, nullptr, 16)) << "byte " << at + count;
-    }
-    ++count;
-  }
-  return count;
-}
 
 void RunCase(const std::vector<std::string> &lines) {
   PreparedEdid record;
@@ -55,11 +36,10 @@ void RunCase(const std::vector<std::string> &lines) {
   const std::map<std::string, decltype(&Error)> kinds = {
       {"error", Error}, {"warning", Warning}, {"bug", Bug}, {"trace", Trace}};
   const auto parse = [](const std::string &line) {  // key, first word, the rest
-    std::istringstream in(line);
-    std::string key, word, text;
-    in >> key >> word;
-    std::getline(in >> std::ws, text);
-    return std::tuple{key, word, text};
+    std::smatch m;
+    static const std::regex words(R"((\S+) *(\S*) *(.*))");
+    std::regex_match(line, m, words);
+    return std::tuple{m.str(1), m.str(2), m.str(3)};
   };
   for (const auto &line : lines) {
     if (ApplyRecordLine(line, &record.edid)) continue;
@@ -82,13 +62,23 @@ void RunCase(const std::vector<std::string> &lines) {
   std::string lists;  // those that "after" lines name
   for (const auto &line : lines) {
     const auto [key, word, text] = parse(line);
-    if (key == "bytes") ExpectBytes(buffer, std::stoul(word), text);
     if (key == "spa" && word != "null")
       want.push_back(line), have.push_back("spa " + std::to_string(spa));
     if (key == "after") want.push_back(line.substr(6)), lists += " " + word + " ";
-    if (key != "golden") continue;
-    const auto hex = ReadFile(std::string(EDC_TESTS_DIR) + "/golden/" + word);
-    EXPECT_EQ(ExpectBytes(buffer, 0, {hex.begin(), hex.end()}), 256u);
+    if (key != "bytes" && key != "golden") continue;
+    // The bytes in hex from the offset given; "cs" (a checksum) is left to the sum check.
+    const auto golden = key == "golden" ? ReadFile(std::string(EDC_TESTS_DIR) + "/golden/" + word)
+                                        : std::vector<unsigned char>();
+    std::istringstream in(
+        key == "bytes"
+            ? text
+            : std::regex_replace(std::string(golden.begin(), golden.end()), std::regex("#.*"), ""));
+    std::string expected, actual;
+    size_t at = key == "bytes" ? std::stoul(word) : 0;
+    for (std::string hex; in >> hex; ++at)
+      expected += hex + " ", actual += (hex == "cs" ? hex : Format("%02X", buffer.at(at))) + " ";
+    EXPECT_EQ(actual, expected) << line;
+    EXPECT_TRUE(key == "bytes" || at == 256) << line;
   }
   for (const auto &line : RecordLines(&record.edid))
     if (lists.find(" " + line.substr(0, line.find(' ')) + " ") != std::string::npos)
