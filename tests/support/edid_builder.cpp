@@ -10,26 +10,21 @@
 #include <span>
 #include <sstream>
 
-#include "capture.h"
 #include "golden.h"
 
 namespace edc_test {
 
 std::string CorpusEntry::FirstOdd(const std::vector<std::string> &reasons) const {
   for (const auto &reason : reasons)
-    if (std::find(odd.begin(), odd.end(), reason) != odd.end()) return reason;
+    if (odd.find("," + reason + ",") != std::string::npos) return reason;
   return "";
 }
 
 std::vector<CorpusEntry> ReadCorpusManifest() {
   std::vector<CorpusEntry> entries;
-  for (const auto &row : ReadTable("../corpus/MANIFEST.tsv")) {
-    if (row.size() < 11 || row[0] == "file") continue;  // the heading
-    CorpusEntry &entry = entries.emplace_back(CorpusEntry{row[0], std::stoi(row[2]), {}});
-    std::stringstream reasons(row[10]);
-    for (std::string reason; std::getline(reasons, reason, ',');)
-      if (reason != "-") entry.odd.push_back(reason);
-  }
+  for (const auto &row : ReadTable("../corpus/MANIFEST.tsv"))  // with its heading, "file ..."
+    if (row.size() > 10 && row[0] != "file")
+      entries.push_back({row[0], std::stoi(row[2]), "," + row[10] + ","});
   EXPECT_GT(entries.size(), 1000u) << "corpus manifest missing or short";
   return entries;
 }
@@ -147,12 +142,10 @@ std::vector<std::string> RecordLines(edid_t *edid, bool set_fields_only) {
     if (!set_fields_only || values.find_first_not_of(" 0\"") != std::string::npos)
       lines.push_back(f.name + values);
   }
-  for (const ListRef &l : kLists) {
-    for (int32_t i = 0; ll_is_initialized(&(edid->*l.list)) && i < ll_size(&(edid->*l.list)); ++i) {
-      void *data = nullptr;
-      if (ll_entry_at(&(edid->*l.list), i, &data)) lines.push_back(l.name + Load(data, l.fields));
-    }
-  }
+  for (const ListRef &l : kLists)
+    for (int32_t i = 0; ll_is_initialized(&(edid->*l.list)) && i < ll_size(&(edid->*l.list)); ++i)
+      if (void *data = nullptr; ll_entry_at(&(edid->*l.list), i, &data))
+        lines.push_back(l.name + Load(data, l.fields));
   return lines;
 }
 

@@ -2,7 +2,6 @@
 // text lines, prepared records that clean up after themselves.
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -18,7 +17,7 @@ using Bytes = std::vector<uint8_t>;
 struct CorpusEntry {
   std::string file;  // name in tests/corpus/edid/
   int blocks = 0;
-  std::vector<std::string> odd;  // reasons for the odd class
+  std::string odd;  // reasons for the odd class: ",version,analog,"
   // The first of reasons that the entry has, or "".
   std::string FirstOdd(const std::vector<std::string> &reasons) const;
 };
@@ -56,10 +55,8 @@ std::string Format(const char *format, Args... args) {
 template <typename T>
 std::vector<T> Elements(ll_list_t *list) {
   std::vector<T> out;
-  for (int32_t i = 0; i < ll_size(list); ++i) {
-    void *data = nullptr;
-    if (ll_entry_at(list, i, &data)) out.push_back(*static_cast<T *>(data));
-  }
+  for (int32_t i = 0; i < ll_size(list); ++i)
+    if (void *data = nullptr; ll_entry_at(list, i, &data)) out.push_back(*static_cast<T *>(data));
   return out;
 }
 

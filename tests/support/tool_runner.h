@@ -12,8 +12,7 @@ std::string RunCommand(const std::string &command, int *status = nullptr);
 
 struct ToolResult {
   int status = -1;
-  std::string out;
-  std::string err;
+  std::string out, err;
 };
 
 // Runs "edid-composer <arguments>" (arguments as shell words), optionally

@@ -96,8 +96,8 @@ std::string RunScenario(const Scenario &s) {
   std::optional<DebugOn> debug;
   if (is("debug")) debug.emplace();
   const size_t size = s.says.count("size") ? std::stoul(s.says.at("size")) : s.bytes.size();
-  auto copy =
-      std::make_unique<uint8_t[]>(size + 1);  // exactly the bytes given, for AddressSanitizer
+  // Exactly the bytes given, so that AddressSanitizer sees any read beyond them.
+  auto copy = std::make_unique<uint8_t[]>(size + 1);
   memcpy(copy.get(), s.bytes.data(), size);
   const uint8_t *block = is("null", "block") ? nullptr : copy.get();
   edid_t *edid = is("null", "record") ? nullptr : &r.edid;
@@ -127,9 +127,8 @@ TEST(Decode, HandBuiltBlocksGiveTheirTranscripts) {
 }
 
 TEST(EdidRecord, PrepareZeroesAndDestroyRefusesAtTheFirstUninitialisedList) {
-  edid_t edid, zero;
+  edid_t edid, zero{};
   memset(&edid, 0xA5, sizeof edid);
-  memset(&zero, 0, sizeof zero);
   ASSERT_EQ(edid_prepare(&edid), 1);
   for (int i = 0; i < 4; ++i) {
     EXPECT_EQ(ll_verify_list_type(&(edid.*kLists[i]), kListTypes[i]), 1) << kListTypes[i];
@@ -153,14 +152,12 @@ TEST(EdidRecord, PrepareZeroesAndDestroyRefusesAtTheFirstUninitialisedList) {
   ExpectGolden("decode_record.txt", out);
 }
 
-// ---------------------------------------------------------------------------
 // Cross-check with Debian's edid-decode, blocks 0 and 1 (only the first
 // extension is ours to decode): each side as "name=value" lines, the
 // deliberate differences explained where the lines are made.
 using View = std::array<std::vector<std::string>, 2>;
 
-// A detailed timing: size, pixel clock in kHz, front porch, sync width and
-// blanking, horizontal and vertical.
+// A detailed timing: size, clock in kHz, front porch, sync and blanking, H and V.
 constexpr const char *kTiming = "dtd=%ux%u%s %ukHz h:%u,%u,%u v:%u,%u,%u";
 
 const std::vector<std::vector<std::string>> &PeerRows() {  // tests/data/peer.tsv
@@ -330,10 +327,9 @@ std::string Copied(edid_t &e) {
   return text;
 }
 
-// A decoded television through encode and decode again: what the encoder
-// copies comes back unchanged (what it writes by rules of its own is checked
-// byte by byte by encode_test.cpp), and edid-decode reads both blocks with
-// valid checksums.
+// A decoded television through encode and decode: what the encoder copies
+// comes back (what it writes by rules of its own encode_test.cpp checks byte
+// by byte), and edid-decode reads both blocks with valid checksums.
 void ExpectRoundTrip(edid_t &decoded, bool native_bit) {
   // Two timings, as the composer gives them; no format 0 (an unknown
   // extension type), which the encoder refuses. Without formats it writes
@@ -436,8 +432,7 @@ TEST(Corpus, EveryEdidDecodesAsPredictedReadsAsEdidDecodeReadsItAndRoundTrips) {
     }
   }
   for (const auto &[reason, count] : skipped) printf("skipped %4d: %s\n", count, reason.c_str());
-  printf("compared %d EDIDs with edid-decode; round trips: %d televisions\n", compared,
-         televisions);
+  printf("compared with edid-decode: %d EDIDs; round trips: %d\n", compared, televisions);
   EXPECT_GT(compared, 1100);
   EXPECT_GT(televisions, 600);
 }

@@ -55,7 +55,6 @@ void RunCase(const std::vector<std::string> &lines) {
   }
   EXPECT_EQ(Lines([&] { EXPECT_EQ(encode_edid(blocks, size, edid, spa_out, values), result); }),
             printed);
-  debug.reset();
   for (size_t i = 256; i < buffer.size(); ++i) ASSERT_EQ(buffer[i], 0xA5) << "byte " << i;
   for (size_t at = 0; result == 1 && at < 256; at += 128)
     EXPECT_EQ(std::accumulate(&buffer[at], &buffer[at + 128], 0) % 256, 0) << "block at " << at;
@@ -88,10 +87,9 @@ void RunCase(const std::vector<std::string> &lines) {
 
 TEST(Encode, EveryCaseGivesTheBytesLinesAndRecordWorkedOutByHand) {
   std::vector<std::vector<std::string>> cases;  // each from its "case" line
-  for (const auto &row : ReadTable("encode_cases.txt")) {
-    if (row[0].starts_with("case ")) cases.emplace_back();
-    if (!cases.empty()) cases.back().push_back(row[0]);
-  }
+  for (const auto &row : ReadTable("encode_cases.txt"))
+    (row[0].starts_with("case ") || cases.empty() ? cases.emplace_back() : cases.back())
+        .push_back(row[0]);
   EXPECT_GT(cases.size(), 50u);
   for (const auto &lines : cases) {
     SCOPED_TRACE(lines[0]);
