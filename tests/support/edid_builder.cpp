@@ -14,10 +14,11 @@
 
 namespace edc_test {
 
-std::string CorpusEntry::FirstOdd(const std::vector<std::string> &reasons) const {
-  for (const auto &reason : reasons)
-    if (odd.find("," + reason + ",") != std::string::npos) return reason;
-  return "";
+std::string CorpusEntry::FirstOdd(const std::string &reasons) const {
+  std::istringstream in(reasons);
+  std::string reason;
+  while (in >> reason && odd.find("," + reason + ",") == std::string::npos) reason.clear();
+  return reason;
 }
 
 std::vector<CorpusEntry> ReadCorpusManifest() {

@@ -18,8 +18,8 @@ struct CorpusEntry {
   std::string file;  // name in tests/corpus/edid/
   int blocks = 0;
   std::string odd;  // reasons for the odd class: ",version,analog,"
-  // The first of reasons that the entry has, or "".
-  std::string FirstOdd(const std::vector<std::string> &reasons) const;
+  // The first of reasons ("version analog") that the entry has, or "".
+  std::string FirstOdd(const std::string &reasons) const;
 };
 std::vector<CorpusEntry> ReadCorpusManifest();
 
