@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
@@ -97,7 +98,7 @@ std::string RunScenario(const Scenario &s) {
   const size_t size = s.says.count("size") ? std::stoul(s.says.at("size")) : s.bytes.size();
   // Exactly the bytes given, so that AddressSanitizer sees any read beyond them.
   auto copy = std::make_unique<uint8_t[]>(size + 1);
-  memcpy(copy.get(), s.bytes.data(), size);
+  std::copy_n(s.bytes.begin(), size, copy.get());
   const uint8_t *block = is("null", "block") ? nullptr : copy.get();
   edid_t *edid = is("null", "record") ? nullptr : &r.edid;
   ll_list_t saved{}, *unprepared = &saved;
