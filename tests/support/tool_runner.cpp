@@ -5,47 +5,36 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
-#include <iterator>
+
+#include "capture.h"
 
 namespace edc_test {
 
-namespace {
-
-std::string Slurp(const std::string &path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+std::string RunCommand(const std::string &command, int *status) {
+  std::string out;
+  FILE *pipe = popen(command.c_str(), "r");
+  char chunk[4096];
+  for (size_t got; pipe != nullptr && (got = fread(chunk, 1, sizeof chunk, pipe)) > 0;)
+    out.append(chunk, got);
+  const int raw = pipe != nullptr ? pclose(pipe) : -1;
+  if (status != nullptr) *status = raw != -1 && WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+  return out;
 }
 
-}  // namespace
-
 ToolResult RunTool(const std::string &arguments, const std::string &stdin_text) {
-#ifndef EDC_TOOL_PATH
-  ADD_FAILURE() << "the tool is not part of this build";
-  return {};
-#else
-  char dir[] = "/tmp/edc_tool_XXXXXX";
-  if (mkdtemp(dir) == nullptr) {
-    ADD_FAILURE() << "mkdtemp failed";
-    return {};
-  }
-  const std::string base(dir);
-  {
-    std::ofstream in(base + "/in", std::ios::binary);
-    in << stdin_text;
-  }
-  const std::string command = std::string("'") + EDC_TOOL_PATH + "' " + arguments + " <'" +
-                              base + "/in' >'" + base + "/out' 2>'" + base + "/err'";
-  const int raw = system(command.c_str());
+  // Named for the process: CTest runs tests in parallel.
+  const std::string base = testing::TempDir() + "edc_tool_" + std::to_string(getpid());
+  std::ofstream(base + ".in", std::ios::binary) << stdin_text;
   ToolResult result;
-  result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-  result.out = Slurp(base + "/out");
-  result.err = Slurp(base + "/err");
-  for (const char *name : {"/in", "/out", "/err"}) unlink((base + name).c_str());
-  rmdir(dir);
+  result.out = RunCommand(std::string("'") + EDC_TOOL_PATH + "' " + arguments + " <'" + base +
+                              ".in' 2>'" + base + ".err'",
+                          &result.status);
+  const auto err = ReadFile(base + ".err");
+  result.err.assign(err.begin(), err.end());
+  unlink((base + ".in").c_str());
+  unlink((base + ".err").c_str());
   return result;
-#endif
 }
 
 }  // namespace edc_test
