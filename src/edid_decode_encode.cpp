@@ -16,6 +16,7 @@
 #include "diagnostics.h"
 #include "edid_decode_encode_internal.h"
 #include "linked_list.h"
+#include "timing_text.h"
 #include "utility.h"
 
 using edc::bit_range;
@@ -629,42 +630,22 @@ static_assert(sizeof(edid_t::hdmi_vic) / sizeof(edid_t::hdmi_vic[0]) == kMaxHdmi
 constexpr int32_t kMaxMaskedFormats = 16;
 
 // 3D_Structure_ALL bit i (HDMI 1.4b table 8-19) as a stereo bit.
-constexpr std::array<uint32_t, 16> _3d_struct_all_array = {EDID_STEREO_FP,
-                                                           EDID_STEREO_FA,
-                                                           EDID_STEREO_LA,
-                                                           EDID_STEREO_SSF,
-                                                           EDID_STEREO_LD,
-                                                           EDID_STEREO_LDG,
-                                                           EDID_STEREO_TBH,
-                                                           0,
-                                                           EDID_STEREO_SSH,
-                                                           0,
-                                                           0,
-                                                           0,
-                                                           0,
-                                                           0,
-                                                           0,
-                                                           EDID_STEREO_SSH};
+// clang-format off
+constexpr std::array<uint32_t, 16> _3d_struct_all_array = {
+    EDID_STEREO_FP, EDID_STEREO_FA, EDID_STEREO_LA, EDID_STEREO_SSF,
+    EDID_STEREO_LD, EDID_STEREO_LDG, EDID_STEREO_TBH, 0,
+    EDID_STEREO_SSH, 0, 0, 0,
+    0, 0, 0, EDID_STEREO_SSH};
 
 // A per-format 3D_Structure value (HDMI 1.4b table 8-21) as a stereo bit;
 // 0 for the reserved values 7 and 9 to 15. Structure 8 (side-by-side half)
 // is followed by a 3D_Detail byte.
-constexpr std::array<uint32_t, 16> kStereoFor3dStructure = {EDID_STEREO_FP,
-                                                            EDID_STEREO_FA,
-                                                            EDID_STEREO_LA,
-                                                            EDID_STEREO_SSF,
-                                                            EDID_STEREO_LD,
-                                                            EDID_STEREO_LDG,
-                                                            EDID_STEREO_TBH,
-                                                            0,
-                                                            EDID_STEREO_SSH,
-                                                            0,
-                                                            0,
-                                                            0,
-                                                            0,
-                                                            0,
-                                                            0,
-                                                            0};
+constexpr std::array<uint32_t, 16> kStereoFor3dStructure = {
+    EDID_STEREO_FP, EDID_STEREO_FA, EDID_STEREO_LA, EDID_STEREO_SSF,
+    EDID_STEREO_LD, EDID_STEREO_LDG, EDID_STEREO_TBH, 0,
+    EDID_STEREO_SSH, 0, 0, 0,
+    0, 0, 0, 0};
+// clang-format on
 constexpr uint32_t k3dStructureWithDetail = 8;
 
 // Latencies are stored as (ms / 2) + 1, 0 meaning none given.
@@ -1906,31 +1887,15 @@ void print_detailed_timings(edid_t *edid) {
   printf("\nDetailed Timing Descriptions: - %d timings\n", size);
   for_each_element<detailed_timing_t>(list, size, [](int32_t index, const detailed_timing_t &t) {
     if (!t.valid) return;
-    const auto inches = [](uint32_t mm) { return as_int(mm * 5 / 127); };
     const uint32_t refresh =
         calculate_refresh_rate(t.pixel_clock, t.h_active, t.h_blanking, t.v_active, t.v_blanking);
     // v_active is one field's lines for an interlaced timing.
-    const uint32_t lines = t.progressive ? t.v_active : t.v_active * 2;
-    printf("Timing %d: %dx%d%s%d\n", index, as_int(t.h_active), as_int(lines),
+    const uint32_t frame_lines = t.progressive ? t.v_active : t.v_active * 2;
+    printf("Timing %d: %dx%d%s%d\n", index, as_int(t.h_active), as_int(frame_lines),
            t.progressive ? "p" : "i", as_int(refresh));
-    printf("\tPixel Clock:     %d\n", as_int(t.pixel_clock));
-    printf("\tRefresh Rate:    %d\n", as_int(refresh));
-    printf("\tH Active:        %d\n", as_int(t.h_active));
-    printf("\tH Blanking:      %d\n", as_int(t.h_blanking));
-    printf("\tV Active:        %d\n", as_int(t.v_active));
-    printf("\tV Blanking:      %d\n", as_int(t.v_blanking));
-    printf("\tH sync offset:   %d\n", as_int(t.h_sync_offset));
-    printf("\tH sync width:    %d\n", as_int(t.h_sync_width));
-    printf("\tV sync offset:   %d\n", as_int(t.v_sync_offset));
-    printf("\tV sync width:    %d\n", as_int(t.v_sync_width));
-    printf("\tH image size:    %d mm (%d in)\n", as_int(t.h_image_size), inches(t.h_image_size));
-    printf("\tV image size:    %d mm (%d in)\n", as_int(t.v_image_size), inches(t.v_image_size));
-    printf("\tH Border:        %d\n", t.h_border);
-    printf("\tV Border:        %d\n", t.v_border);
-    printf("\tScan:            %s\n", yes_no(t.progressive, "Progressive", "Interlaced"));
-    printf("\tStereo:          %s\n", yes_no(t.stereo, "Yes", "No"));
-    printf("\tH sync:          %s\n", yes_no(t.h_sync_positive, "Positive", "Negative"));
-    printf("\tV sync:          %s\n", yes_no(t.v_sync_positive, "Positive", "Negative"));
+    edc::TimingLines fields;
+    edc::describe_timing(t, fields);
+    for (const auto &line : fields) printf("%s\n", line.data());
   });
 }
 

@@ -17,6 +17,7 @@
 #include "config_root.h"
 #include "diagnostics.h"
 #include "platform_config.h"
+#include "timing_text.h"
 #include "utility_internal.h"
 
 namespace {
@@ -348,29 +349,30 @@ bool timing_aspect(const char *func, const edid_t &edid, const detailed_timing_t
 // The trace block that describes a timing no row matched.
 void trace_unmatched_timing(const char *func, const detailed_timing_t &t) {
   if (!debug_enabled()) return;
-  const auto d = [](uint32_t value) { return static_cast<int32_t>(value); };
-  const auto inches = [](uint32_t mm) { return static_cast<int32_t>(mm * 5 / 127); };
-  const uint32_t refresh =
-      calculate_refresh_rate(t.pixel_clock, t.h_active, t.h_blanking, t.v_active, t.v_blanking);
   LOG_TRACE_AS(func, "Unable to match Detailed Timing Description.");
-  LOG_TRACE_AS(func, "\tPixel Clock:     %d", d(t.pixel_clock));
-  LOG_TRACE_AS(func, "\tRefresh Rate:    %d", d(refresh));
-  LOG_TRACE_AS(func, "\tH Active:        %d", d(t.h_active));
-  LOG_TRACE_AS(func, "\tH Blanking:      %d", d(t.h_blanking));
-  LOG_TRACE_AS(func, "\tV Active:        %d", d(t.v_active));
-  LOG_TRACE_AS(func, "\tV Blanking:      %d", d(t.v_blanking));
-  LOG_TRACE_AS(func, "\tH sync offset:   %d", d(t.h_sync_offset));
-  LOG_TRACE_AS(func, "\tH sync width:    %d", d(t.h_sync_width));
-  LOG_TRACE_AS(func, "\tV sync offset:   %d", d(t.v_sync_offset));
-  LOG_TRACE_AS(func, "\tV sync width:    %d", d(t.v_sync_width));
-  LOG_TRACE_AS(func, "\tH image size:    %d mm (%d in)", d(t.h_image_size), inches(t.h_image_size));
-  LOG_TRACE_AS(func, "\tV image size:    %d mm (%d in)", d(t.v_image_size), inches(t.v_image_size));
-  LOG_TRACE_AS(func, "\tH Border:        %d", d(t.h_border));
-  LOG_TRACE_AS(func, "\tV Border:        %d", d(t.v_border));
-  LOG_TRACE_AS(func, "\tScan:            %s", t.progressive ? "Progressive" : "Interlaced");
-  LOG_TRACE_AS(func, "\tStereo:          %s", t.stereo ? "Yes" : "No");
-  LOG_TRACE_AS(func, "\tH sync:          %s", t.h_sync_positive ? "Positive" : "Negative");
-  LOG_TRACE_AS(func, "\tV sync:          %s", t.v_sync_positive ? "Positive" : "Negative");
+  edc::TimingLines lines;
+  edc::describe_timing(t, lines);
+  for (const auto &line : lines) LOG_TRACE_AS(func, "%s", line.data());
+}
+
+// The argument checks of the two conversions to a VIC, in their order: the
+// VIC first (which then receives 0), the record, the timing.
+bool conversion_arguments_present(const char *func, const edid_t *edid, const void *timing,
+                                  uint32_t *vic) {
+  if (vic == nullptr) {
+    LOG_ERROR_AS(func, "\"vic\" parameter is NULL. vic:%p", static_cast<void *>(vic));
+    return false;
+  }
+  *vic = 0;
+  if (edid == nullptr) {
+    LOG_ERROR_AS(func, "\"edid\" parameter is NULL. edid:%p", static_cast<const void *>(edid));
+    return false;
+  }
+  if (timing == nullptr) {
+    LOG_ERROR_AS(func, "\"timing\" parameter is NULL. timing:%p", timing);
+    return false;
+  }
+  return true;
 }
 
 // Standard timing aspect codes as fractions height / width. CEA short video
@@ -402,19 +404,7 @@ uint8_t convert_vic_to_dtd(uint32_t vic, detailed_timing_t *timing) {
 // The first row with the timing's raster and aspect wins; the aspect is what
 // tells the 4:3 and 16:9 rows of one raster apart.
 uint8_t convert_dtd_to_vic(edid_t *edid, detailed_timing_t *timing, uint32_t *vic) {
-  if (vic == nullptr) {
-    LOG_ERROR("\"vic\" parameter is NULL. vic:%p", static_cast<void *>(vic));
-    return 0;
-  }
-  *vic = 0;
-  if (edid == nullptr) {
-    LOG_ERROR("\"edid\" parameter is NULL. edid:%p", static_cast<void *>(edid));
-    return 0;
-  }
-  if (timing == nullptr) {
-    LOG_ERROR("\"timing\" parameter is NULL. timing:%p", static_cast<void *>(timing));
-    return 0;
-  }
+  if (!conversion_arguments_present(__func__, edid, timing, vic)) return 0;
   for (uint32_t index = 0; index < g_vic_dtd_size; ++index) {
     const detailed_timing_t &row = g_vic_dtd[index].timing;
     if (!same_raster(row, *timing)) continue;
@@ -450,19 +440,7 @@ uint8_t convert_dtd_to_vic(edid_t *edid, detailed_timing_t *timing, uint32_t *vi
 // times the aspect fraction, numerator first (so 1280 at 16:9 asks for 1280 x
 // 2275); mode_to_vic then looks it up.
 uint8_t convert_std_to_vic(edid_t *edid, std_timing_t *timing, uint32_t *vic) {
-  if (vic == nullptr) {
-    LOG_ERROR("\"vic\" parameter is NULL. vic:%p", static_cast<void *>(vic));
-    return 0;
-  }
-  *vic = 0;
-  if (edid == nullptr) {
-    LOG_ERROR("\"edid\" parameter is NULL. edid:%p", static_cast<void *>(edid));
-    return 0;
-  }
-  if (timing == nullptr) {
-    LOG_ERROR("\"timing\" parameter is NULL. timing:%p", static_cast<void *>(timing));
-    return 0;
-  }
+  if (!conversion_arguments_present(__func__, edid, timing, vic)) return 0;
   const uint32_t code = timing->aspect_ratio;
   const char *aspect_name = std_aspect_string(static_cast<int32_t>(code));
   if (code < std::size(kStdAspects)) {
@@ -658,6 +636,23 @@ int32_t mask_text(std::span<const BitName> names, uint32_t mask, const char *non
   return snprintf(string, string_len, "%s", joined);
 }
 
+// The buffer contract of the mask texts: a NULL buffer is refused; otherwise
+// the whole buffer is cleared first and one shorter than the minimum refused.
+int32_t checked_mask_text(const char *func, std::span<const BitName> names, uint32_t mask,
+                          const char *none_text, char *string, uint32_t string_len) {
+  if (string == nullptr) {
+    LOG_ERROR_AS(func, "\"string\" parameter is NULL. string:%p", static_cast<void *>(string));
+    return 0;
+  }
+  memset(string, 0, string_len);
+  if (string_len < kMinMaskTextSize) {
+    LOG_ERROR_AS(func, "\"string_len\" invalid. string_len:%d minimum:%d",
+                 static_cast<int32_t>(string_len), static_cast<int32_t>(kMinMaskTextSize));
+    return 0;
+  }
+  return mask_text(names, mask, none_text, string, string_len);
+}
+
 // CTA-861 audio format codes by the field their short descriptor's byte 3 holds.
 constexpr uint32_t kAudioPcm = 1;
 constexpr uint32_t kAudioFirstBitrate = 2, kAudioLastBitrate = 8;  // AC-3 .. ATRAC
@@ -678,31 +673,12 @@ const char *short_audio_string(uint32_t code) {
 }
 
 int32_t audio_freq_string(uint32_t freq, char *string, uint32_t string_len) {
-  if (string == nullptr) {
-    LOG_ERROR("\"string\" parameter is NULL. string:%p", static_cast<void *>(string));
-    return 0;
-  }
-  memset(string, 0, string_len);
-  if (string_len < kMinMaskTextSize) {
-    LOG_ERROR("\"string_len\" invalid. string_len:%d minimum:%d", static_cast<int32_t>(string_len),
-              static_cast<int32_t>(kMinMaskTextSize));
-    return 0;
-  }
-  return mask_text(kSampleRateNames, freq, " NoFreqSpecified", string, string_len);
+  return checked_mask_text(__func__, kSampleRateNames, freq, " NoFreqSpecified", string,
+                           string_len);
 }
 
 int32_t audio_pcm_bits_string(uint32_t bits, char *string, uint32_t string_len) {
-  if (string == nullptr) {
-    LOG_ERROR("\"string\" parameter is NULL. string:%p", static_cast<void *>(string));
-    return 0;
-  }
-  memset(string, 0, string_len);
-  if (string_len < kMinMaskTextSize) {
-    LOG_ERROR("\"string_len\" invalid. string_len:%d minimum:%d", static_cast<int32_t>(string_len),
-              static_cast<int32_t>(kMinMaskTextSize));
-    return 0;
-  }
-  return mask_text(kPcmBitNames, bits, " NoBitsSpecified", string, string_len);
+  return checked_mask_text(__func__, kPcmBitNames, bits, " NoBitsSpecified", string, string_len);
 }
 
 // The third payload byte (top speakers of later CTA-861 revisions) is not shown.
