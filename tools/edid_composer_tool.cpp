@@ -8,7 +8,7 @@
 #include "version.h"
 
 int main(int argc, char **argv) {
-  CLI::App app{"edid-composer: decode, print and compose HDMI EDIDs", "edid-composer"};
+  CLI::App app{"edid-composer: decode and print HDMI EDIDs", "edid-composer"};
   app.set_version_flag("--version", std::string(gVersion),
                        "Print the library's build banner and exit");
   app.require_subcommand(0, 1);
