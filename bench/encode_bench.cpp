@@ -8,17 +8,14 @@
 
 #include "edid_decode_encode.h"
 #include "linked_list.h"
+#include "typed_list.h"
 #include "utility.h"
 
 namespace {
 
 template <typename T>
-void Append(ll_list_t *list, const char *type, const T &value) {
-  ll_entry_t *entry = nullptr;
-  void *data = nullptr;
-  if (!ll_create_entry(sizeof(T), &entry, &data, type)) return;
-  memcpy(data, &value, sizeof value);
-  if (!ll_add_entry_to_back(list, entry)) ll_delete_entry(entry);
+void Append(ll_list_t *list, const T &value) {
+  edc::append_copy(list, value, EDC_HERE);
 }
 
 void FillRecord(edid_t &edid) {
@@ -39,17 +36,16 @@ void FillRecord(edid_t &edid) {
   edid.min_v_rate = 49, edid.max_v_rate = 61, edid.min_h_rate = 15, edid.max_h_rate = 70;
   edid.max_pixel_clock = 150;
   for (uint32_t width : {1920u, 1280u, 1024u})
-    Append(&edid.std_timings, "std_timing_t", std_timing_t{width, 3, 60});
+    Append(&edid.std_timings, std_timing_t{width, 3, 60});
   for (uint32_t vic : {16u, 4u}) {
     detailed_timing_t timing;
-    if (convert_vic_to_dtd(vic, &timing)) Append(&edid.dtd_list, "detailed_timing_t", timing);
+    if (convert_vic_to_dtd(vic, &timing)) Append(&edid.dtd_list, timing);
   }
   for (uint32_t vic = 1; vic <= 16; ++vic)
-    Append(&edid.video_list, "short_video_desc_t",
+    Append(&edid.video_list,
            short_video_desc_t{vic == 16, vic, vic <= 6 ? EDID_STEREO_FP | EDID_STEREO_TBH : 0});
   for (uint32_t format = 1; format <= 8; ++format)
-    Append(&edid.audio_list, "short_audio_desc_t",
-           short_audio_desc_t{format, 6, 0x07, 0x05, 640, 0, 0});
+    Append(&edid.audio_list, short_audio_desc_t{format, 6, 0x07, 0x05, 640, 0, 0});
   edid.speaker[0] = 0x4F;
   edid.hdmi_vsdb_present = 1;
   edid.address = {1, 2, 0, 0};

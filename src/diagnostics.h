@@ -33,3 +33,19 @@ void diag_trace(const char *func, int line, const char *fmt, ...)
   do {                                                            \
     if (debug_enabled()) diag_trace(func, __LINE__, __VA_ARGS__); \
   } while (0)
+
+// A place to report from, for helpers that report on their caller's behalf
+// (typed_list.h): the caller's source file, line and function.
+namespace edc {
+struct report_site {
+  const char *file;
+  int line;
+  const char *func;
+};
+// One line of the given severity ("ERROR", "WARNING", "BUG") at site.
+void report(const report_site &site, const char *severity, const char *fmt, ...)
+    __attribute__((format(printf, 3, 4)));
+}  // namespace edc
+
+#define EDC_HERE (edc::report_site{__FILE_NAME__, __LINE__, __func__})
+#define EDC_HERE_AS(func) (edc::report_site{__FILE_NAME__, __LINE__, (func)})

@@ -49,6 +49,19 @@ void diag_line(const char *severity, const char *file, int line, const char *fun
   printf("\n");
 }
 
+}  // extern "C"
+
+void edc::report(const report_site &site, const char *severity, const char *fmt, ...) {
+  printf("%s:%d:%s() %s: ", site.file, site.line, site.func, severity);
+  va_list args;
+  va_start(args, fmt);
+  vprintf(fmt, args);
+  va_end(args);
+  printf("\n");
+}
+
+extern "C" {
+
 void diag_trace(const char *func, int line, const char *fmt, ...) {
   va_list args;
   va_start(args, fmt);

@@ -1,0 +1,153 @@
+// Typed access to the library's lists.
+//
+// The list (linked_list.h) knows an element only as zero-filled storage of a
+// named type. This header ties each element type of the record to its type
+// name once, and gives the three things the library does with a list:
+//
+//   append_copy(&list, element, EDC_HERE)    the insertion idiom: create an
+//                                            entry, copy the element in, add
+//                                            it to the back, delete it again
+//                                            if the add fails
+//   element_at<T>(&list, index)              ll_entry_at, typed
+//   for (T *e : elements<T>(&list)) ...      every element, head to tail
+//
+// Every call goes through the ll_ functions, so the list verifies itself and
+// reports as it always does. The helpers report their own failures on behalf
+// of the caller's source file, line and function (a report_site).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "diagnostics.h"
+#include "edid_decode_encode.h"
+#include "linked_list.h"
+
+namespace edc {
+
+// The element type names, as the list and its type codes know them.
+template <typename T>
+struct list_element;
+template <>
+struct list_element<std_timing_t> {
+  static constexpr const char *name = "std_timing_t";
+};
+template <>
+struct list_element<detailed_timing_t> {
+  static constexpr const char *name = "detailed_timing_t";
+};
+template <>
+struct list_element<short_video_desc_t> {
+  static constexpr const char *name = "short_video_desc_t";
+};
+template <>
+struct list_element<short_audio_desc_t> {
+  static constexpr const char *name = "short_audio_desc_t";
+};
+template <>
+struct list_element<int32_t> {  // the platform's encoded audio descriptors
+  static constexpr const char *name = "int";
+};
+
+template <typename T>
+constexpr const char *type_name = list_element<T>::name;
+
+// The texts of a failed insertion; they differ between the library's lists.
+struct insertion_messages {
+  const char *create_failed;
+  const char *add_failed;
+  const char *delete_failed;
+};
+inline constexpr insertion_messages kInsertionMessages = {
+    "Failed creating entry.", "Failed adding entry to the back of the list.",
+    "Failed deleting entry."};
+
+// Where an insertion goes: the back of the list or its front.
+enum class list_end : uint8_t { back, front };
+
+// Creates an entry of T, copies element into it and links it in at the
+// given end. On a failure reports the messages at site, releases the entry
+// and gives nullptr; otherwise the element as the list now holds it.
+template <typename T>
+T *insert_copy(ll_list_t *list, const T &element, list_end end, const report_site &site,
+               const insertion_messages &messages = kInsertionMessages) {
+  ll_entry_t *entry = nullptr;
+  void *data = nullptr;
+  if (!ll_create_entry(static_cast<int32_t>(sizeof(T)), &entry, &data, type_name<T>)) {
+    report(site, "ERROR", messages.create_failed);
+    return nullptr;
+  }
+  memcpy(data, &element, sizeof(T));
+  const uint8_t added = end == list_end::back ? ll_add_entry_to_back(list, entry)
+                                              : ll_add_entry_to_front(list, entry);
+  if (!added) {
+    report(site, "ERROR", messages.add_failed);
+    if (!ll_delete_entry(entry)) report(site, "ERROR", messages.delete_failed);
+    return nullptr;
+  }
+  return static_cast<T *>(data);
+}
+
+template <typename T>
+T *append_copy(ll_list_t *list, const T &element, const report_site &site,
+               const insertion_messages &messages = kInsertionMessages) {
+  return insert_copy(list, element, list_end::back, site, messages);
+}
+
+// The element at index, or nullptr when the list cannot give it (the list
+// reports why).
+template <typename T>
+T *element_at(ll_list_t *list, int32_t index) {
+  void *data = nullptr;
+  return ll_entry_at(list, index, &data) ? static_cast<T *>(data) : nullptr;
+}
+
+// Every element of a list, head to tail: the list is verified once
+// (ll_size, which reports a damaged list and then gives 0) and its entries
+// are then walked directly, as many as it holds.
+template <typename T>
+class elements {
+ public:
+  explicit elements(ll_list_t *list)
+      : head_(list != nullptr ? list->head : nullptr), size_(list != nullptr ? ll_size(list) : 0) {}
+
+  class iterator {
+   public:
+    iterator(ll_entry_t *entry, int32_t left) : entry_(entry), left_(left) {}
+    T *operator*() const { return static_cast<T *>(entry_->data); }
+    iterator &operator++() {
+      entry_ = entry_->next;
+      --left_;
+      return *this;
+    }
+    bool operator!=(const iterator &) const { return left_ > 0 && entry_ != nullptr; }
+
+   private:
+    ll_entry_t *entry_;
+    int32_t left_;
+  };
+
+  iterator begin() const { return {head_, size_}; }
+  iterator end() const { return {nullptr, 0}; }
+  int32_t size() const { return size_; }
+
+ private:
+  ll_entry_t *head_;
+  int32_t size_;
+};
+
+// The walk of a list the caller was handed: a missing list is reported as a
+// bug, a list of another element type as an error (and walked all the same),
+// both under the list's name as the caller's code spells it.
+template <typename T>
+elements<T> checked_elements(ll_list_t *list, const char *list_name, const report_site &site) {
+  if (list == nullptr) {
+    report(site, "BUG", "The list:%s of type:%s is NULL.", list_name, type_name<T>);
+  } else if (!ll_verify_list_type(list, type_name<T>)) {
+    report(site, "ERROR", "The list types don't match.%s", "");
+  }
+  return elements<T>(list);
+}
+
+}  // namespace edc
