@@ -3,6 +3,7 @@
 #include <strings.h>
 
 #include <array>
+#include <cctype>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -118,6 +119,25 @@ bool take_leading_int(const char *text, int32_t &value, const char *&rest) {
   return true;
 }
 
+// The 3D words after a video mode's VIC, read as scanf's "%9s" reads words:
+// blanks separate them, and a run of more than nine other characters is
+// read as several words. At most three are read.
+constexpr size_t kWordSize = 10;  // nine characters and a NUL
+using mode_words = char[3][kWordSize];
+
+int take_words(const char *text, mode_words &words) {
+  const auto blank = [](char c) { return isspace(static_cast<unsigned char>(c)) != 0; };
+  int count = 0;
+  for (const char *p = text; count < 3; ++count) {
+    while (*p != '\0' && blank(*p)) ++p;
+    if (*p == '\0') break;
+    size_t length = 0;
+    while (*p != '\0' && !blank(*p) && length < kWordSize - 1) words[count][length++] = *p++;
+    words[count][length] = '\0';
+  }
+  return count;
+}
+
 }  // namespace
 
 extern "C" {
@@ -195,15 +215,11 @@ bool _get_vic_list_callback(const char *child_name, const char *list_name, int32
   const char *text = string_value != nullptr ? string_value : "";
   LOG_TRACE("Reading from list:%s Node:%s => %s", list_name, child_name, text);
 
-  constexpr int kWordSize = 10;  // nine characters and a NUL, as "%9s" reads them
-  char words[3][kWordSize] = {};
+  mode_words words = {};
   int32_t vic = 0;
   const char *rest = nullptr;
   int scanned = 0;
-  if (take_leading_int(text, vic, rest)) {
-    const int got = sscanf(rest, "%9s%9s%9s", words[0], words[1], words[2]);
-    scanned = 1 + (got > 0 ? got : 0);
-  }
+  if (take_leading_int(text, vic, rest)) scanned = 1 + take_words(rest, words);
   if (scanned <= 0) {
     LOG_WARNING("Invalid string \"%s\" in %s", text, list_name);
     return false;

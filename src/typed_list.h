@@ -75,15 +75,15 @@ T *insert_copy(ll_list_t *list, const T &element, list_end end, const report_sit
   ll_entry_t *entry = nullptr;
   void *data = nullptr;
   if (!ll_create_entry(static_cast<int32_t>(sizeof(T)), &entry, &data, type_name<T>)) {
-    report(site, "ERROR", messages.create_failed);
+    report(site, "ERROR", "%s", messages.create_failed);
     return nullptr;
   }
   memcpy(data, &element, sizeof(T));
   const uint8_t added = end == list_end::back ? ll_add_entry_to_back(list, entry)
                                               : ll_add_entry_to_front(list, entry);
   if (!added) {
-    report(site, "ERROR", messages.add_failed);
-    if (!ll_delete_entry(entry)) report(site, "ERROR", messages.delete_failed);
+    report(site, "ERROR", "%s", messages.add_failed);
+    if (!ll_delete_entry(entry)) report(site, "ERROR", "%s", messages.delete_failed);
     return nullptr;
   }
   return static_cast<T *>(data);

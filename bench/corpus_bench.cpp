@@ -1,0 +1,80 @@
+// Decoding and composing over the corpus televisions (700 real EDIDs), debug
+// off; one iteration is one EDID, so the times read per EDID. Composing reads
+// the platform configuration (examples/platform.toml) on every call, as it
+// does on a device.
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "config_store.h"
+#include "corpus.h"
+#include "edid_composer.h"
+#include "edid_decode_encode.h"
+
+namespace {
+
+const std::vector<std::vector<uint8_t>> &Televisions() {
+  static const auto edids = edc_bench::CorpusTelevisions(EDC_CORPUS_DIR);
+  return edids;
+}
+
+// The library reports on standard output (a television that offers too
+// few formats, say); those lines go nowhere while measuring.
+class DiscardedStdout {
+ public:
+  DiscardedStdout() : saved_(dup(STDOUT_FILENO)), null_(open("/dev/null", O_WRONLY)) {
+    fflush(stdout);
+    dup2(null_, STDOUT_FILENO);
+  }
+  ~DiscardedStdout() {
+    fflush(stdout);
+    dup2(saved_, STDOUT_FILENO);
+    close(saved_);
+    close(null_);
+  }
+
+ private:
+  int saved_, null_;
+};
+
+void BM_DecodeCorpusTelevisions(benchmark::State &state) {
+  const auto &edids = Televisions();
+  DiscardedStdout quiet;
+  size_t next = 0;
+  for (auto _ : state) {
+    const auto &bytes = edids[next++ % edids.size()];
+    edid_t edid;
+    edid_prepare(&edid);
+    benchmark::DoNotOptimize(decode_edid_block_0(bytes.data(), &edid));
+    benchmark::DoNotOptimize(decode_edid_extensions(
+        bytes.data() + 128, static_cast<uint32_t>(bytes.size() - 128), &edid));
+    edid_destroy(&edid);
+  }
+}
+BENCHMARK(BM_DecodeCorpusTelevisions);
+
+void BM_ComposeCorpusTelevisions(benchmark::State &state) {
+  const auto &edids = Televisions();
+  if (config_store_load_file(EDC_EXAMPLES_DIR "/platform.toml") != 0) {
+    state.SkipWithError("examples/platform.toml does not load");
+    return;
+  }
+  DiscardedStdout quiet;
+  composer_cfg_t cfg{};
+  cfg.hdmi_current_mode = {1920, 1080, 0, 60};
+  cfg.audio_mask = 0xFFFFFFFF;
+  cfg.setting_3d = 1;
+  uint8_t out[256];
+  size_t next = 0;
+  for (auto _ : state) {
+    const auto &bytes = edids[next++ % edids.size()];
+    benchmark::DoNotOptimize(compose_edid(bytes.data(), static_cast<int32_t>(bytes.size()), out,
+                                          sizeof out, &cfg));
+  }
+  config_store_clear();
+}
+BENCHMARK(BM_ComposeCorpusTelevisions);
+
+}  // namespace

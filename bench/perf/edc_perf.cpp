@@ -1,0 +1,57 @@
+// The instruction counts of scripts/perf.sh: runs one operation over the
+// corpus televisions inside a function of its own, which callgrind alone
+// measures (--toggle-collect), so that reading the files and starting the
+// process are not counted.
+//   edc_perf decode CORPUS_DIR
+//   edc_perf compose CORPUS_DIR PLATFORM_TOML
+// Prints the number of EDIDs on standard error; the library's own lines go
+// to standard output.
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "config_store.h"
+#include "corpus.h"
+#include "edid_composer.h"
+#include "edid_decode_encode.h"
+
+using Edids = std::vector<std::vector<uint8_t>>;
+
+extern "C" __attribute__((noinline)) void edc_perf_decode(const Edids &edids) {
+  for (const auto &bytes : edids) {
+    edid_t edid;
+    edid_prepare(&edid);
+    decode_edid_block_0(bytes.data(), &edid);
+    decode_edid_extensions(bytes.data() + 128, static_cast<uint32_t>(bytes.size() - 128), &edid);
+    edid_destroy(&edid);
+  }
+}
+
+extern "C" __attribute__((noinline)) void edc_perf_compose(const Edids &edids) {
+  composer_cfg_t cfg{};
+  cfg.hdmi_current_mode = {1920, 1080, 0, 60};
+  cfg.audio_mask = 0xFFFFFFFF;
+  cfg.setting_3d = 1;
+  uint8_t out[256];
+  for (const auto &bytes : edids)
+    compose_edid(bytes.data(), static_cast<int32_t>(bytes.size()), out, sizeof out, &cfg);
+}
+
+int main(int argc, char **argv) {
+  if (argc < 3) {
+    fprintf(stderr, "usage: edc_perf decode|compose CORPUS_DIR [PLATFORM_TOML]\n");
+    return 2;
+  }
+  const Edids edids = edc_bench::CorpusTelevisions(argv[2]);
+  if (strcmp(argv[1], "decode") == 0) {
+    edc_perf_decode(edids);
+  } else if (strcmp(argv[1], "compose") == 0 && argc == 4) {
+    if (config_store_load_file(argv[3]) != 0) return 2;
+    edc_perf_compose(edids);
+  } else {
+    fprintf(stderr, "edc_perf: unknown operation %s\n", argv[1]);
+    return 2;
+  }
+  fprintf(stderr, "%zu\n", edids.size());
+  return 0;
+}
