@@ -13,6 +13,7 @@
 #include <functional>
 #include <numeric>
 #include <regex>
+#include <span>
 #include <sstream>
 
 #include "capture.h"
@@ -61,28 +62,18 @@ std::vector<std::string> TimingLines(edid_t *edid) {
 // The platform record's number fields that the cases set.
 #define EDC_NUMBER(field) \
   { #field, offsetof(platform_values_t, field) }
-const std::pair<std::string, size_t> kPlatformNumbers[] = {EDC_NUMBER(is_tv),
-                                                           EDC_NUMBER(dc_30bit),
-                                                           EDC_NUMBER(dc_36bit),
-                                                           EDC_NUMBER(tmds_override),
-                                                           EDC_NUMBER(underscan),
-                                                           EDC_NUMBER(speaker_entry),
-                                                           EDC_NUMBER(product_id),
-                                                           EDC_NUMBER(serial),
-                                                           EDC_NUMBER(week),
-                                                           EDC_NUMBER(year),
-                                                           EDC_NUMBER(established_timings_1),
-                                                           EDC_NUMBER(established_timings_2),
-                                                           EDC_NUMBER(manufacturer_timings),
-                                                           EDC_NUMBER(supports_ai),
-                                                           EDC_NUMBER(cnc0),
-                                                           EDC_NUMBER(cnc1),
-                                                           EDC_NUMBER(cnc2),
-                                                           EDC_NUMBER(cnc3),
-                                                           EDC_NUMBER(xvycc601),
-                                                           EDC_NUMBER(xvycc709)};
+// clang-format off
+const std::pair<std::string, size_t> kPlatformNumbers[] = {
+    EDC_NUMBER(is_tv), EDC_NUMBER(dc_30bit), EDC_NUMBER(dc_36bit), EDC_NUMBER(tmds_override),
+    EDC_NUMBER(underscan), EDC_NUMBER(speaker_entry), EDC_NUMBER(product_id), EDC_NUMBER(serial),
+    EDC_NUMBER(week), EDC_NUMBER(year), EDC_NUMBER(established_timings_1),
+    EDC_NUMBER(established_timings_2), EDC_NUMBER(manufacturer_timings), EDC_NUMBER(supports_ai),
+    EDC_NUMBER(cnc0), EDC_NUMBER(cnc1), EDC_NUMBER(cnc2), EDC_NUMBER(cnc3), EDC_NUMBER(xvycc601),
+    EDC_NUMBER(xvycc709)};
+// clang-format on
 #undef EDC_NUMBER
 
+// "field value" into the platform record; "std_timing h aspect rate" appends one.
 void SetPlatform(platform_values_t *v, const std::string &line) {
   std::istringstream in(line);
   std::string field, value;
@@ -94,22 +85,23 @@ void SetPlatform(platform_values_t *v, const std::string &line) {
       memcpy(reinterpret_cast<char *>(v) + offset, &number, 4);
       return;
     }
-  char *text = field == "manufacturer_id"  ? v->manufacturer_id
-               : field == "monitor_name"   ? v->monitor_name
-               : field == "monitor_serial" ? v->monitor_serial
-                                           : nullptr;
-  if (text != nullptr) {
-    memcpy(text, value.c_str(), value.size() + 1);
-  } else {
-    ASSERT_EQ(field, "std_timing");
-    std_timing_t timing{};
-    std::istringstream(value) >> timing.h_active >> timing.aspect_ratio >> timing.refresh_rate;
-    ll_entry_t *entry = nullptr;
-    void *data = nullptr;
-    ASSERT_TRUE(ll_create_entry(sizeof timing, &entry, &data, "std_timing_t"));
-    memcpy(data, &timing, sizeof timing);
-    ASSERT_TRUE(ll_add_entry_to_back(&v->std_timings, entry));
-  }
+  const std::pair<const char *, std::span<char>> texts[] = {{"manufacturer_id", v->manufacturer_id},
+                                                            {"monitor_name", v->monitor_name},
+                                                            {"monitor_serial", v->monitor_serial}};
+  for (const auto &[name, text] : texts)
+    if (field == name) {
+      ASSERT_LT(value.size(), text.size());
+      memcpy(text.data(), value.c_str(), value.size() + 1);
+      return;
+    }
+  ASSERT_EQ(field, "std_timing");
+  std_timing_t timing{};
+  std::istringstream(value) >> timing.h_active >> timing.aspect_ratio >> timing.refresh_rate;
+  ll_entry_t *entry = nullptr;
+  void *data = nullptr;
+  ASSERT_TRUE(ll_create_entry(sizeof timing, &entry, &data, "std_timing_t"));
+  memcpy(data, &timing, sizeof timing);
+  ASSERT_TRUE(ll_add_entry_to_back(&v->std_timings, entry));
 }
 
 TEST(Population, FillsTheNewRecordByTheRules) {
@@ -150,7 +142,8 @@ TEST(Population, FillsTheNewRecordByTheRules) {
     EXPECT_EQ(std::to_string(result), c.Get("result") == "-" ? "1" : c.Get("result"));
     EXPECT_EQ(RecordLines(&sink.edid), sink_before);  // read only
     const auto fields = RecordLines(&composed.edid);
-    for (const auto &[key, value] : c.lines) {  // "expect name value": the line of that name
+    for (const auto &[key, expected] : c.lines) {  // "expect name value": the line of that name
+      const std::string &value = expected;
       const auto field = std::ranges::find_if(fields, [&](const std::string &line) {
         return line.substr(0, line.find(' ')) == value.substr(0, value.find(' '));
       });
@@ -184,18 +177,19 @@ TEST(Compose, ChecksItsArgumentsAndGoesOnWithoutAUsableTelevisionEdid) {
   SampleConfig config;
   const Bytes tv = CorpusEdid("hdmi3d-000ee288edb2.bin"),
               three = CorpusEdid("multi-070277a3592b.bin");
-  Bytes bad_sum = tv, base_only(tv.begin(), tv.begin() + 128), out(256);  // base_only: one
-  bad_sum[127] ^= 1;                                                      // extension announced
+  Bytes bad_sum = tv, out(256);
+  bad_sum[127] ^= 1;
+  const Bytes base_only(tv.begin(), tv.begin() + 128);  // announces an extension
   composer_cfg_t cfg = CorpusSettings();
   uint8_t spa_offset = 0;
   cfg.spa_offset = &spa_offset;
   const auto E = [](const std::string &m) { return Error("compose_edid_internal", m); };
   const auto T = [](const std::string &m) { return Trace("compose_edid_internal", m); };
-  const char
-      *size = "New EDID size is not an valid value. Unable to proceed. edid_bytes=%d Expected=256",
-      *ignored =
-          "Edid is not an valid value. edid_bytes=%d Range=(128-256) Skipping edid "
-          "reading and proceeding with creation.";
+  const std::string size =
+      "New EDID size is not an valid value. Unable to proceed. edid_bytes=%d Expected=256";
+  const std::string ignored =
+      "Edid is not an valid value. edid_bytes=%d Range=(128-256) Skipping edid reading and "
+      "proceeding with creation.";
   const struct {
     const uint8_t *edid;
     int32_t bytes;
@@ -209,9 +203,9 @@ TEST(Compose, ChecksItsArgumentsAndGoesOnWithoutAUsableTelevisionEdid) {
                 "new_edid_block:%p",
                 nullptr)),
        ""},
-      {tv.data(), 256, out.data(), 127, nullptr, E(Format(size, 127)), ""},
-      {tv.data(), 256, out.data(), 257, &cfg, E(Format(size, 257)), ""},
-      {tv.data(), 256, out.data(), 0, &cfg, E(Format(size, 0)), ""},
+      {tv.data(), 256, out.data(), 127, nullptr, E(Format(size.c_str(), 127)), ""},
+      {tv.data(), 256, out.data(), 257, &cfg, E(Format(size.c_str(), 257)), ""},
+      {tv.data(), 256, out.data(), 0, &cfg, E(Format(size.c_str(), 0)), ""},
       {tv.data(), 256, out.data(), 256, nullptr,
        E(Format("cfg is NULL. Unable to proceed. cfg : %p.", nullptr)), ""},
       {tv.data(), 256, out.data(), 128, &cfg, E("Failed encoding the new edid."), ""},
@@ -220,8 +214,8 @@ TEST(Compose, ChecksItsArgumentsAndGoesOnWithoutAUsableTelevisionEdid) {
                 "proceeding with creation. edid_block:%p",
                 nullptr)),
        "15.15.15.15"},
-      {tv.data(), 100, out.data(), 256, &cfg, T(Format(ignored, 100)), "15.15.15.15"},
-      {tv.data(), 0, out.data(), 256, &cfg, T(Format(ignored, 0)), "15.15.15.15"},
+      {tv.data(), 100, out.data(), 256, &cfg, T(Format(ignored.c_str(), 100)), "15.15.15.15"},
+      {tv.data(), 0, out.data(), 256, &cfg, T(Format(ignored.c_str(), 0)), "15.15.15.15"},
       {bad_sum.data(), 256, out.data(), 256, &cfg,
        E("Failed decoding the edid block 0. Continuing."), "15.15.15.15"},
       {base_only.data(), 128, out.data(), 256, &cfg, T("Decode EDID Block 1"), "15.15.15.15"},

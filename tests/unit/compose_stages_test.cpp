@@ -1,21 +1,20 @@
 // The composer's selection stages through their own functions, with records
 // built by hand: video modes (cases in tests/data/compose_video_modes.txt),
-// the height, pixel clock and 4Kx2K limits, and the audio formats. Every
-// expected value is worked out from the rules, not taken from a run.
+// the height, pixel clock and 4Kx2K limits, and the audio formats (cases in
+// tests/data/compose_audio.txt). Every expected value is worked out from the
+// rules, not taken from a run.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <map>
 #include <sstream>
 
 #include "capture.h"
 #include "compose_records.h"
 #include "edid_builder.h"
 #include "edid_composer_internal.h"
-#include "golden.h"
 
 using namespace edc_test;  // NOLINT: record and line helpers throughout
 using testing::Contains;
