@@ -10,7 +10,7 @@
 #include <span>
 #include <sstream>
 
-#include "golden.h"
+#include "scenario.h"
 
 namespace edc_test {
 
@@ -23,7 +23,7 @@ std::string CorpusEntry::FirstOdd(const std::string &reasons) const {
 
 std::vector<CorpusEntry> ReadCorpusManifest() {
   std::vector<CorpusEntry> entries;
-  for (const auto &row : ReadTable("../corpus/MANIFEST.tsv"))  // with its heading, "file ..."
+  for (const auto &row : ReadRows("../corpus/MANIFEST.tsv"))  // with its heading, "file ..."
     if (row.size() > 10 && row[0] != "file")
       entries.push_back({row[0], std::stoi(row[2]), "," + row[10] + ","});
   EXPECT_GT(entries.size(), 1000u) << "corpus manifest missing or short";

@@ -3,15 +3,12 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <vector>
 
 #include "edid_decode_encode.h"
 
 namespace edc_test {
-
-using Bytes = std::vector<uint8_t>;
 
 // One row of the corpus manifest (tests/corpus/MANIFEST.tsv).
 struct CorpusEntry {
@@ -42,14 +39,6 @@ struct PreparedEdid {
   PreparedEdid &operator=(const PreparedEdid &) = delete;
   edid_t edid;
 };
-
-// printf into a string of at most 255 characters.
-template <typename... Args>
-std::string Format(const char *format, Args... args) {
-  char text[256];
-  snprintf(text, sizeof text, format, args...);
-  return text;
-}
 
 // The elements of a record list, copied out in order.
 template <typename T>

@@ -24,6 +24,7 @@
 #include "edid_decode_encode_internal.h"
 #include "edid_input.h"
 #include "golden.h"
+#include "scenario.h"
 #include "tool_runner.h"
 #include "utility.h"
 
@@ -47,70 +48,25 @@ std::string Scene(const std::string &what, edid_t &edid, const std::function<int
   return out;
 }
 
-struct Scenario {  // see tests/data/decode_base.txt
-  std::string title;
-  Bytes bytes;
-  std::map<std::string, std::string> says;  // the other lines: "size" -> "127", "twice" -> ""
-};
-struct Scenarios {
-  std::map<std::string, Bytes> defined;
-  std::vector<Scenario> all;
-};
-
-Scenarios ReadScenarios(const std::string &name) {
-  Scenarios s;
-  Bytes *bytes = nullptr;  // those of the block being defined or of the scenario
-  for (const auto &row : ReadTable(name)) {
-    std::istringstream in(row[0]);
-    std::string key, arg;
-    in >> key;
-    if (key.back() == ':') {
-      size_t at = std::stoul(key, nullptr, 16);
-      for (std::string hex; in >> hex && hex[0] != '#'; ++at) {
-        bytes->resize(std::max(bytes->size(), at + 1));
-        (*bytes)[at] = static_cast<uint8_t>(std::stoul(hex, nullptr, 16));
-      }
-      continue;
-    }
-    in >> arg;
-    if (key == "define") bytes = &s.defined[arg];
-    if (key == "==") bytes = &s.all.emplace_back(Scenario{row[0].substr(3), {}, {}}).bytes;
-    if (key == "from") *bytes = s.defined.at(arg);
-    if (key == "sum") {
-      const size_t at = std::stoul(arg, nullptr, 16);
-      bytes->resize(std::max(bytes->size(), at + 128));
-      (*bytes)[at + 127] =
-          static_cast<uint8_t>(-std::accumulate(&(*bytes)[at], &(*bytes)[at + 127], 0));
-    }
-    if (key != "define" && key != "==" && key != "from" && key != "sum")
-      s.all.back().says[key] = arg;
-  }
-  return s;
-}
-
 std::string RunScenario(const Scenario &s) {
-  const auto is = [&](const char *key, const char *arg = "") {
-    return s.says.count(key) != 0 && s.says.at(key) == arg;
-  };
   PreparedEdid r;
   std::optional<DebugOn> debug;
-  if (is("debug")) debug.emplace();
-  const size_t size = s.says.count("size") ? std::stoul(s.says.at("size")) : s.bytes.size();
+  if (s.Has("debug")) debug.emplace();
+  const size_t size = s.Has("size") ? std::stoul(s.Value("size")) : s.bytes.size();
   // Exactly the bytes given, so that AddressSanitizer sees any read beyond them.
   auto copy = std::make_unique<uint8_t[]>(size + 1);
   std::copy_n(s.bytes.begin(), size, copy.get());
-  const uint8_t *block = is("null", "block") ? nullptr : copy.get();
-  edid_t *edid = is("null", "record") ? nullptr : &r.edid;
+  const uint8_t *block = s.Value("null") == "block" ? nullptr : copy.get();
+  edid_t *edid = s.Value("null") == "record" ? nullptr : &r.edid;
   ll_list_t saved{}, *unprepared = &saved;
-  if (s.says.count("unprepared"))
-    unprepared = &(r.edid.*kLists[std::stoi(s.says.at("unprepared"))]);
+  if (s.Has("unprepared")) unprepared = &(r.edid.*kLists[std::stoi(s.Value("unprepared"))]);
   std::swap(saved, *unprepared);
   std::string out = Scene(s.title, r.edid, [&] {
     int result = 0;
-    for (int n = is("twice") ? 2 : 1; n > 0; --n)
-      result += is("base")        ? decode_edid_block_0(block, edid)
-                : is("extension") ? decode_edid_extensions(block, size, edid)
-                                  : _decode_edid_vendor_block(block, edid);
+    for (int n = s.Has("twice") ? 2 : 1; n > 0; --n)
+      result += s.Value("decode") == "base"        ? decode_edid_block_0(block, edid)
+                : s.Value("decode") == "extension" ? decode_edid_extensions(block, size, edid)
+                                                   : _decode_edid_vendor_block(block, edid);
     return result;
   });
   std::swap(saved, *unprepared);
@@ -120,8 +76,8 @@ std::string RunScenario(const Scenario &s) {
 TEST(Decode, HandBuiltBlocksGiveTheirTranscripts) {
   for (const std::string name : {"decode_base.txt", "decode_extension.txt"}) {
     std::string out = "# tests/data/" + name + ": == scenario, lines, -> result, the record\n";
-    const Scenarios scenarios = ReadScenarios(name);
-    for (const Scenario &s : scenarios.all) out += RunScenario(s);
+    for (const Scenario &s : ReadScenarios(name))
+      if (s.Has("decode")) out += RunScenario(s);
     ExpectGolden(name, out);
   }
 }
@@ -142,7 +98,7 @@ TEST(EdidRecord, PrepareZeroesAndDestroyRefusesAtTheFirstUninitialisedList) {
     for (int i = 0; i < 4; ++i) EXPECT_EQ(ll_is_initialized(&(edid.*kLists[i])), i != broken);
     ll_init(&(edid.*kLists[broken]), kListTypes[broken]);
   }
-  const Bytes block = ReadScenarios("decode_base.txt").defined.at("base");
+  const Bytes block = ReadScenarios("decode_base.txt").front().bytes;  // "base"
   ASSERT_EQ(decode_edid_block_0(block.data(), &edid), 1);
   out += Scene("decoded, destroyed", edid, [&] { return edid_destroy(&edid); });
   out += Scene("destroyed again", edid, [&] { return edid_destroy(&edid); });
@@ -160,8 +116,8 @@ using View = std::array<std::vector<std::string>, 2>;
 // A detailed timing: size, clock in kHz, front porch, sync and blanking, H and V.
 constexpr const char *kTiming = "dtd=%ux%u%s %ukHz h:%u,%u,%u v:%u,%u,%u";
 
-const std::vector<std::vector<std::string>> &PeerRows() {  // tests/data/peer.tsv
-  static const auto rows = ReadTable("peer.tsv");
+const std::vector<Line> &PeerRows() {  // tests/data/peer.tsv
+  static const auto rows = ReadRows("peer.tsv");
   return rows;
 }
 

@@ -14,6 +14,7 @@
 #include "config_store.h"
 #include "edid_composer_internal.h"
 #include "golden.h"
+#include "scenario.h"
 
 using edc_test::Lines;
 
@@ -85,7 +86,7 @@ TEST(PlatformValues, EmptyAndSampleConfigurationsReadAsDocumented) {
 }
 
 TEST(PlatformValues, NumbersAreClampedAndCorrected) {
-  for (const auto &row : edc_test::ReadTable("platform_values.tsv")) {
+  for (const auto &row : edc_test::ReadRows("platform_values.tsv")) {
     edc_test::ScopedConfig config("[platform.software.drivers.avcap.edid]\n" + row[0] + " = " +
                                   row[1] + "\n");
     const std::string record = ReadRecord();
@@ -95,7 +96,7 @@ TEST(PlatformValues, NumbersAreClampedAndCorrected) {
           line.find(kRoot + row[0] + "\"") != std::string::npos)
         messages += line;
     EXPECT_NE(record.find("\n" + row[2] + "\n"), std::string::npos) << row[0] << " " << row[1];
-    EXPECT_EQ(messages, row.size() > 3 ? row[3] : "") << row[0] << " = " << row[1];
+    EXPECT_EQ(messages, row[3]) << row[0] << " = " << row[1];
   }
 }
 
@@ -133,7 +134,7 @@ TEST(PlatformValues, DestroyStopsAtTheFirstListItCannotRemove) {
 }
 
 TEST(PlatformLists, EntryGrammarsGiveTheirEntryOrTheirWarnings) {
-  const auto rows = edc_test::ReadTable("platform_entries.tsv");
+  const auto rows = edc_test::ReadRows("platform_entries.tsv");
   ASSERT_EQ(rows.size(), 26u);
   for (const auto &row : rows) {
     const bool is_std = row[0] == "std";
@@ -145,9 +146,9 @@ TEST(PlatformLists, EntryGrammarsGiveTheirEntryOrTheirWarnings) {
     const auto callback = is_std ? _get_std_timing_callback : _get_vic_list_callback;
     const auto lines = Lines([&] { callback("7", "list", -1, text, 30, &user); });
     std::vector<std::string> expected;  // a message ending in a line feed is followed by ""
-    for (auto m = row.begin() + 3; m < row.end(); ++m) {
-      const bool feed = m->size() > 1 && m->substr(m->size() - 2) == "\\n";
-      expected.push_back(m->substr(0, m->size() - (feed ? 2 : 0)));
+    for (size_t i = 3; i < row.size(); ++i) {
+      const bool feed = row[i].ends_with("\\n");
+      expected.push_back(row[i].substr(0, row[i].size() - (feed ? 2 : 0)));
       if (feed) expected.push_back("");
     }
     EXPECT_EQ(Entries(&list), row[2] == "-" ? "" : row[2]) << row[1];
