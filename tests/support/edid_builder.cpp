@@ -10,25 +10,7 @@
 #include <span>
 #include <sstream>
 
-#include "scenario.h"
-
 namespace edc_test {
-
-std::string CorpusEntry::FirstOdd(const std::string &reasons) const {
-  std::istringstream in(reasons);
-  std::string reason;
-  while (in >> reason && odd.find("," + reason + ",") == std::string::npos) reason.clear();
-  return reason;
-}
-
-std::vector<CorpusEntry> ReadCorpusManifest() {
-  std::vector<CorpusEntry> entries;
-  for (const auto &row : ReadRows("../corpus/MANIFEST.tsv"))  // with its heading, "file ..."
-    if (row.size() > 10 && row[0] != "file")
-      entries.push_back({row[0], std::stoi(row[2]), "," + row[10] + ","});
-  EXPECT_GT(entries.size(), 1000u) << "corpus manifest missing or short";
-  return entries;
-}
 
 PreparedEdid::PreparedEdid() {
   memset(&edid, 0, sizeof edid);
