@@ -10,6 +10,8 @@
 #include <span>
 #include <sstream>
 
+#include "typed_list.h"
+
 namespace edc_test {
 
 PreparedEdid::PreparedEdid() {
@@ -126,8 +128,8 @@ std::vector<std::string> RecordLines(edid_t *edid, bool set_fields_only) {
       lines.push_back(f.name + values);
   }
   for (const ListRef &l : kLists)
-    for (int32_t i = 0; ll_is_initialized(&(edid->*l.list)) && i < ll_size(&(edid->*l.list)); ++i)
-      if (void *data = nullptr; ll_entry_at(&(edid->*l.list), i, &data))
+    if (ll_is_initialized(&(edid->*l.list)))
+      for (const uint8_t *data : edc::elements<uint8_t>(&(edid->*l.list)))
         lines.push_back(l.name + Load(data, l.fields));
   return lines;
 }

@@ -15,6 +15,7 @@
 #include "edid_composer_internal.h"
 #include "golden.h"
 #include "scenario.h"
+#include "typed_list.h"
 
 using edc_test::Lines;
 
@@ -24,21 +25,17 @@ const std::string kRoot = "platform.software.drivers.avcap.edid.";
 
 // The entries of a list: "vic 0xstereo", "width aspect rate" or the audio numbers in hex.
 std::string Entries(ll_list_t *list) {
-  std::ostringstream out;
-  for (int32_t i = 0; i < ll_size(list); ++i) {
-    void *d = nullptr;
-    ll_entry_at(list, i, &d);
-    const auto *u = static_cast<uint32_t *>(d);
-    char text[40];
+  std::string out;
+  for (const uint32_t *u : edc::elements<uint32_t>(list)) {
+    out += out.empty() ? "" : ", ";
     if (ll_verify_list_type(list, "int"))
-      snprintf(text, sizeof text, "0x%06X", u[0]);
+      out += edc_test::Format("0x%06X", u[0]);
     else if (ll_verify_list_type(list, "std_timing_t"))
-      snprintf(text, sizeof text, "%u %u %u", u[0], u[1], u[2]);
+      out += edc_test::Format("%u %u %u", u[0], u[1], u[2]);
     else
-      snprintf(text, sizeof text, "%u 0x%02X", u[1], u[2]);  // after the native byte
-    out << (i > 0 ? ", " : "") << text;
+      out += edc_test::Format("%u 0x%02X", u[1], u[2]);  // after the native byte
   }
-  return out.str();
+  return out;
 }
 
 // Every field of the record, one "name=value" line each.
