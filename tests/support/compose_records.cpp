@@ -10,6 +10,8 @@
 #include "config_store.h"
 #include "edid_builder.h"
 #include "golden.h"
+#include "scenario.h"
+#include "typed_list.h"
 
 namespace edc_test {
 
@@ -25,12 +27,8 @@ PreparedPlatform::~PreparedPlatform() {
 namespace {
 
 template <typename T>
-void Append(ll_list_t *list, const T &element, const char *type) {
-  ll_entry_t *entry = nullptr;
-  void *data = nullptr;
-  ASSERT_TRUE(ll_create_entry(sizeof(T), &entry, &data, type));
-  memcpy(data, &element, sizeof(T));
-  ASSERT_TRUE(ll_add_entry_to_back(list, entry));
+void Append(ll_list_t *list, const T &element) {
+  EXPECT_NE(edc::append_copy(list, element, EDC_HERE), nullptr);
 }
 
 }  // namespace
@@ -43,15 +41,15 @@ void AddModes(ll_list_t *list, const std::string &text) {
     mode.vic = std::stoul(word);
     if (const size_t slash = word.find('/'); slash != std::string::npos)
       mode.stereo = std::stoul(word.substr(slash + 1), nullptr, 16);
-    Append(list, mode, "short_video_desc_t");
+    Append(list, mode);
   }
 }
 
 std::string Modes(ll_list_t *list) {
   std::string text;
-  for (const auto &mode : Elements<short_video_desc_t>(list))
-    text += (text.empty() ? "" : " ") + std::to_string(mode.vic) +
-            (mode.stereo != 0 ? Format("/%02X", mode.stereo) : "") + (mode.native ? "*" : "");
+  for (const short_video_desc_t *mode : edc::elements<short_video_desc_t>(list))
+    text += (text.empty() ? "" : " ") + std::to_string(mode->vic) +
+            (mode->stereo != 0 ? Format("/%02X", mode->stereo) : "") + (mode->native ? "*" : "");
   return text;
 }
 
@@ -78,21 +76,20 @@ std::string AudioText(const short_audio_desc_t &audio) {
 
 void AddAudio(ll_list_t *list, const std::string &text) {
   std::istringstream in(text);
-  for (std::string one; std::getline(in, one, ',');)
-    Append(list, AudioDesc(one), "short_audio_desc_t");
+  for (std::string one; std::getline(in, one, ',');) Append(list, AudioDesc(one));
 }
 
 std::string Audio(ll_list_t *list) {
   std::string text;
-  for (const auto &audio : Elements<short_audio_desc_t>(list))
-    text += (text.empty() ? "" : ", ") + AudioText(audio);
+  for (const short_audio_desc_t *audio : edc::elements<short_audio_desc_t>(list))
+    text += (text.empty() ? "" : ", ") + AudioText(*audio);
   return text;
 }
 
 void AddNumbers(ll_list_t *list, const std::string &text) {
   std::istringstream in(text);
   for (std::string word; in >> word;)
-    Append(list, static_cast<int32_t>(std::stoul(word, nullptr, 0)), "int");
+    Append(list, static_cast<int32_t>(std::stoul(word, nullptr, 0)));
 }
 
 void AddTimings(edid_t *edid, const std::string &vics) {
@@ -100,7 +97,7 @@ void AddTimings(edid_t *edid, const std::string &vics) {
   for (uint32_t vic; in >> vic;) {
     detailed_timing_t timing{};
     ASSERT_TRUE(convert_vic_to_dtd(vic, &timing)) << vic;
-    Append(&edid->dtd_list, timing, "detailed_timing_t");
+    Append(&edid->dtd_list, timing);
   }
 }
 
@@ -123,7 +120,7 @@ composer_cfg_t CorpusSettings() {
   return cfg;
 }
 
-std::vector<uint8_t> CorpusEdid(const std::string &name) {
+std::vector<uint8_t> CorpusBytes(const std::string &name) {
   return ReadFile(CorpusDir() + "/edid/" + name);
 }
 
@@ -145,15 +142,11 @@ std::string Case::Get(const std::string &key) const {
 
 std::vector<Case> ReadCases(const std::string &name) {
   std::vector<Case> cases;
-  Case defaults;
-  for (const auto &row : ReadTable(name)) {
-    const size_t blank = row[0].find(' ');
-    std::string key = row[0].substr(0, blank),
-                value = blank == std::string::npos ? "" : row[0].substr(blank + 1);
-    if (key == "==")
-      cases.push_back({value, defaults.lines});
-    else
-      (cases.empty() ? defaults : cases.back()).lines.emplace_back(key, value);
+  std::vector<std::pair<std::string, std::string>> defaults;
+  for (const Scenario &scenario : ReadScenarios(name)) {
+    auto &lines = scenario.title.empty() ? defaults
+                                         : cases.emplace_back(Case{scenario.title, defaults}).lines;
+    for (const Line &line : scenario.lines) lines.emplace_back(line[0], line[1]);
   }
   return cases;
 }

@@ -56,7 +56,7 @@ struct SampleConfig {
 composer_cfg_t CorpusSettings();
 
 // A file of the corpus (tests/corpus/edid/<name>).
-std::vector<uint8_t> CorpusEdid(const std::string &name);
+std::vector<uint8_t> CorpusBytes(const std::string &name);
 
 // Decodes a composed EDID of 256 bytes into a prepared record: both blocks
 // must sum to 0 and decode.

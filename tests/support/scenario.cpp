@@ -71,7 +71,7 @@ std::vector<Scenario> ReadScenarios(const std::string &name) {
   const std::string path = std::string(EDC_TESTS_DIR) + "/data/" + name;
   std::ifstream in(path);
   EXPECT_TRUE(in.good()) << "missing " << path;
-  static const std::regex comment(R"((^|\s+)#.*|\s+$)");  // and blanks at the end
+  static const std::regex comment(R"((^#|\s+#(\s|$)).*|\s+$)");  // and blanks at the end
   std::vector<Scenario> all(1);
   for (std::string text; std::getline(in, text);) {
     text = std::regex_replace(text, comment, "");

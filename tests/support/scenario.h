@@ -3,8 +3,8 @@
 //
 // A file is a run of scenarios: "== TITLE" starts one, and the lines before
 // the first title make an untitled one (a table is just that). Blank lines
-// are skipped, and so is everything from a '#' that starts a line or follows
-// a blank, and blanks at the end of a line. Every other line is a list of fields: separated by
+// are skipped, and so is everything from a '#' that starts a line or stands
+// alone after a blank (so "index #0" is text), and blanks at the end of a line. Every other line is a list of fields: separated by
 // tabs, or, in a line without tabs, the first word (the key) and the rest (its value).
 //
 // Three kinds of line build the scenario's bytes instead:

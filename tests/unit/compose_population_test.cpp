@@ -21,6 +21,7 @@
 #include "config_store.h"
 #include "edid_builder.h"
 #include "edid_composer_internal.h"
+#include "typed_list.h"
 
 using namespace edc_test;  // NOLINT: record and line helpers throughout
 using testing::Contains;
@@ -175,8 +176,8 @@ std::string AddressText(const physical_address_t &a) {
 
 TEST(Compose, ChecksItsArgumentsAndGoesOnWithoutAUsableTelevisionEdid) {
   SampleConfig config;
-  const Bytes tv = CorpusEdid("hdmi3d-000ee288edb2.bin"),
-              three = CorpusEdid("multi-070277a3592b.bin");
+  const Bytes tv = CorpusBytes("hdmi3d-000ee288edb2.bin"),
+              three = CorpusBytes("multi-070277a3592b.bin");
   Bytes bad_sum = tv, out(256);
   bad_sum[127] ^= 1;
   const Bytes base_only(tv.begin(), tv.begin() + 128);  // announces an extension
@@ -250,15 +251,16 @@ std::string Snapshot(platform_values_t *v) {
   for (ll_list_t *list : {&v->video_50_priority, &v->video_50_additional, &v->video_60_priority,
                           &v->video_60_additional})
     text += "|" + Modes(list);
-  for (int32_t value : Elements<int32_t>(&v->audio_list)) text += "|" + std::to_string(value);
-  for (const auto &t : Elements<std_timing_t>(&v->std_timings))
-    text += Format("|%u %u %u", t.h_active, t.aspect_ratio, t.refresh_rate);
+  for (const int32_t *value : edc::elements<int32_t>(&v->audio_list))
+    text += "|" + std::to_string(*value);
+  for (const std_timing_t *t : edc::elements<std_timing_t>(&v->std_timings))
+    text += Format("|%u %u %u", t->h_active, t->aspect_ratio, t->refresh_rate);
   return text;
 }
 
 TEST(Compose, ACallersPlatformRecordIsUsedAsItIsAndNoKeyIsRead) {
   SampleConfig config;  // there, and not to be read
-  const Bytes tv = CorpusEdid("hdmi3d-000ee288edb2.bin");
+  const Bytes tv = CorpusBytes("hdmi3d-000ee288edb2.bin");
   composer_cfg_t cfg = CorpusSettings();
   Bytes out(256);
   PreparedPlatform platform;
