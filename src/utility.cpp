@@ -1,8 +1,9 @@
-// Diagnostics, the debug flag and the typed platform configuration readers.
+// The typed platform configuration readers, the VIC timing table and its
+// conversions, the names and printers of EDID codes, and the platform values
+// record.
 #include "utility.h"
 
 #include <array>
-#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -22,10 +23,6 @@
 
 namespace {
 
-// Process-wide; written only by debug_enable. A plain byte that the host sets
-// before it calls the library.
-uint8_t g_debug_enabled = 0;
-
 // Full configuration paths are built in buffers of this size (a longer path
 // is cut silently).
 constexpr size_t kPathSize = 256;
@@ -38,45 +35,6 @@ void full_path(char (&path)[kPathSize], const char *key) {
 }  // namespace
 
 extern "C" {
-
-void diag_line(const char *severity, const char *file, int line, const char *func, const char *fmt,
-               ...) {
-  printf("%s:%d:%s() %s: ", file, line, func, severity);
-  va_list args;
-  va_start(args, fmt);
-  vprintf(fmt, args);
-  va_end(args);
-  printf("\n");
-}
-
-}  // extern "C"
-
-void edc::report(const report_site &site, const char *severity, const char *fmt, ...) {
-  printf("%s:%d:%s() %s: ", site.file, site.line, site.func, severity);
-  va_list args;
-  va_start(args, fmt);
-  vprintf(fmt, args);
-  va_end(args);
-  printf("\n");
-}
-
-extern "C" {
-
-void diag_trace(const char *func, int line, const char *fmt, ...) {
-  va_list args;
-  va_start(args, fmt);
-  vprintf(fmt, args);
-  va_end(args);
-  printf(" \t\t\t%s():%d\n", func, line);
-}
-
-void debug_enable(bool enable) {
-  g_debug_enabled = enable ? 1 : 0;
-}
-
-bool debug_enabled(void) {
-  return g_debug_enabled != 0;
-}
 
 bool get_pc_str(const char *key, char *buffer, uint32_t size, const char *default_val,
                 bool verbose) {
