@@ -26,32 +26,25 @@
 
 namespace edc {
 
-// The element type names, as the list and its type codes know them.
+// The element type names, as the list and its type codes know them. Only
+// these types have lists; for any other type_name<T> is null and the helpers
+// below do not compile.
 template <typename T>
-struct list_element;
+inline constexpr const char *type_name = nullptr;
 template <>
-struct list_element<std_timing_t> {
-  static constexpr const char *name = "std_timing_t";
-};
+inline constexpr const char *type_name<std_timing_t> = "std_timing_t";
 template <>
-struct list_element<detailed_timing_t> {
-  static constexpr const char *name = "detailed_timing_t";
-};
+inline constexpr const char *type_name<detailed_timing_t> = "detailed_timing_t";
 template <>
-struct list_element<short_video_desc_t> {
-  static constexpr const char *name = "short_video_desc_t";
-};
+inline constexpr const char *type_name<short_video_desc_t> = "short_video_desc_t";
 template <>
-struct list_element<short_audio_desc_t> {
-  static constexpr const char *name = "short_audio_desc_t";
-};
-template <>
-struct list_element<int32_t> {  // the platform's encoded audio descriptors
-  static constexpr const char *name = "int";
-};
+inline constexpr const char *type_name<short_audio_desc_t> = "short_audio_desc_t";
+template <>  // the platform's encoded audio descriptors
+inline constexpr const char *type_name<int32_t> = "int";
 
 template <typename T>
-constexpr const char *type_name = list_element<T>::name;
+concept list_element = type_name<T>
+!= nullptr;
 
 // The texts of a failed insertion; they differ between the library's lists.
 struct insertion_messages {
@@ -69,7 +62,7 @@ enum class list_end : uint8_t { back, front };
 // Creates an entry of T, copies element into it and links it in at the
 // given end. On a failure reports the messages at site, releases the entry
 // and gives nullptr; otherwise the element as the list now holds it.
-template <typename T>
+template <list_element T>
 T *insert_copy(ll_list_t *list, const T &element, list_end end, const report_site &site,
                const insertion_messages &messages = kInsertionMessages) {
   ll_entry_t *entry = nullptr;
@@ -89,7 +82,7 @@ T *insert_copy(ll_list_t *list, const T &element, list_end end, const report_sit
   return static_cast<T *>(data);
 }
 
-template <typename T>
+template <list_element T>
 T *append_copy(ll_list_t *list, const T &element, const report_site &site,
                const insertion_messages &messages = kInsertionMessages) {
   return insert_copy(list, element, list_end::back, site, messages);
@@ -97,7 +90,7 @@ T *append_copy(ll_list_t *list, const T &element, const report_site &site,
 
 // The element at index, or nullptr when the list cannot give it (the list
 // reports why).
-template <typename T>
+template <list_element T>
 T *element_at(ll_list_t *list, int32_t index) {
   void *data = nullptr;
   return ll_entry_at(list, index, &data) ? static_cast<T *>(data) : nullptr;
@@ -106,7 +99,7 @@ T *element_at(ll_list_t *list, int32_t index) {
 // Every element of a list, head to tail: the list is verified once
 // (ll_size, which reports a damaged list and then gives 0) and its entries
 // are then walked directly, as many as it holds.
-template <typename T>
+template <list_element T>
 class elements {
  public:
   explicit elements(ll_list_t *list)
@@ -140,7 +133,7 @@ class elements {
 // The walk of a list the caller was handed: a missing list is reported as a
 // bug, a list of another element type as an error (and walked all the same),
 // both under the list's name as the caller's code spells it.
-template <typename T>
+template <list_element T>
 elements<T> checked_elements(ll_list_t *list, const char *list_name, const report_site &site) {
   if (list == nullptr) {
     report(site, "BUG", "The list:%s of type:%s is NULL.", list_name, type_name<T>);
