@@ -9,6 +9,7 @@
 // tail pointer) are deliberate: the integrity rules cover every pointer there is.
 #include "linked_list.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -26,27 +27,29 @@ bool verify(ll_list_t *list) {
   return ll_verify_integrity(list) != 0;
 }
 
-// The argument checks, each reported at its caller's site, in the wordings
-// the operations have always used: "list ptr is NULL." for the operations on
-// a head, "\"type\" ptr is NULL. type=<pointer>", and
-// "\"<name>\" parameter is NULL. <name>:<pointer>" (or "pointer is NULL").
-bool head_given(const ll_list_t *list, const edc::report_site &site) {
-  if (list != nullptr) return true;
-  edc::report(site, "ERROR", "list ptr is NULL.");
-  return false;
+// The reports of a NULL argument, at the caller's site, in the wordings the
+// operations have always used: "list ptr is NULL." for the operations on a
+// head, "\"type\" ptr is NULL. type=(nil)", and
+// "\"<name>\" parameter is NULL. <name>:(nil)" (or "pointer is NULL"). Each
+// gives 0 for the caller to return. Callers test the pointer themselves and
+// pass their line and name as plain arguments: the tests run on every list
+// operation, and so cost no more than a compare.
+[[gnu::cold]] int null_head(int line, const char *func) {
+  diag_line("ERROR", __FILE_NAME__, line, func, "list ptr is NULL.");
+  return 0;
 }
 
-bool type_given(const char *type, const edc::report_site &site) {
-  if (type != nullptr) return true;
-  edc::report(site, "ERROR", "\"type\" ptr is NULL. type=%p", static_cast<const void *>(type));
-  return false;
+[[gnu::cold]] int null_type(int line, const char *func) {
+  diag_line("ERROR", __FILE_NAME__, line, func, "\"type\" ptr is NULL. type=%p",
+            static_cast<const void *>(nullptr));
+  return 0;
 }
 
-bool argument_given(const void *pointer, const char *name, const edc::report_site &site,
-                    const char *noun = "parameter") {
-  if (pointer != nullptr) return true;
-  edc::report(site, "ERROR", "\"%s\" %s is NULL. %s:%p", name, noun, name, pointer);
-  return false;
+[[gnu::cold]] int null_argument(int line, const char *func, const char *name,
+                                const char *noun = "parameter") {
+  diag_line("ERROR", __FILE_NAME__, line, func, "\"%s\" %s is NULL. %s:%p", name, noun, name,
+            static_cast<const void *>(nullptr));
+  return 0;
 }
 
 }  // namespace
@@ -54,34 +57,34 @@ bool argument_given(const void *pointer, const char *name, const edc::report_sit
 extern "C" {
 
 uint32_t _get_magic_number(ll_list_t *list) {
-  if (!head_given(list, EDC_HERE)) return 0;
+  if (list == nullptr) return null_head(__LINE__, __func__);
   return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(list)) ^ kMagicXor;
 }
 
 // Each byte, sign-extended, is XORed in at byte position 0, 1, 2, 3, 0, ...
 uint32_t _calculate_str_checksum(const char *type) {
   uint32_t code = 0;
-  unsigned position = 0;
-  for (const char *c = type; c != nullptr && *c != '\0'; ++c) {
-    const auto extended = static_cast<uint32_t>(static_cast<int32_t>(static_cast<int8_t>(*c)));
-    code ^= extended << (8 * position);
-    position = position > 2 ? 0 : position + 1;
+  for (size_t i = 0; type != nullptr && type[i] != '\0'; ++i) {
+    const auto extended = static_cast<uint32_t>(static_cast<int32_t>(static_cast<int8_t>(type[i])));
+    code ^= extended << (8 * (i % 4));
   }
   return code;
 }
 
 uint8_t ll_is_initialized(ll_list_t *list) {
-  if (!head_given(list, EDC_HERE)) return 0;
+  if (list == nullptr) return null_head(__LINE__, __func__);
   return list->magic == _get_magic_number(list) ? 1 : 0;
 }
 
 uint8_t ll_verify_list_type(ll_list_t *list, const char *type) {
-  if (!head_given(list, EDC_HERE) || !type_given(type, EDC_HERE)) return 0;
+  if (list == nullptr) return null_head(__LINE__, __func__);
+  if (type == nullptr) return null_type(__LINE__, __func__);
   return list->type_code == _calculate_str_checksum(type) ? 1 : 0;
 }
 
 uint8_t ll_init(ll_list_t *list, const char *type) {
-  if (!head_given(list, EDC_HERE) || !type_given(type, EDC_HERE)) return 0;
+  if (list == nullptr) return null_head(__LINE__, __func__);
+  if (type == nullptr) return null_type(__LINE__, __func__);
   if (list->magic == _get_magic_number(list)) {
     LOG_ERROR("List Corruption: This list has already been initialized. Ptr:%p MagicNum:%d",
               static_cast<void *>(list), as_int(list->magic));
@@ -99,7 +102,7 @@ uint8_t ll_init(ll_list_t *list, const char *type) {
 }
 
 uint8_t ll_delete_list(ll_list_t *list) {
-  if (!head_given(list, EDC_HERE)) return 0;
+  if (list == nullptr) return null_head(__LINE__, __func__);
   if (!verify(list)) {
     LOG_BUG("Failed verifying integrity of the list. list:%p", static_cast<void *>(list));
     return 0;
@@ -122,7 +125,7 @@ uint8_t ll_delete_list(ll_list_t *list) {
 }
 
 int32_t ll_size(ll_list_t *list) {
-  if (!head_given(list, EDC_HERE)) return 0;
+  if (list == nullptr) return null_head(__LINE__, __func__);
   if (!verify(list)) {
     LOG_BUG("Failed integrity test. list:%p", static_cast<void *>(list));
     return 0;
@@ -135,10 +138,9 @@ uint8_t ll_create_entry(int32_t size, ll_entry_t **entry, void **data, const cha
     LOG_ERROR("Create entry called with an invalid size. size:%d", size);
     return 0;
   }
-  if (!argument_given(entry, "entry", EDC_HERE, "pointer") ||
-      !argument_given(data, "data", EDC_HERE, "pointer") ||
-      !argument_given(type, "type", EDC_HERE, "pointer"))
-    return 0;
+  if (entry == nullptr) return null_argument(__LINE__, __func__, "entry", "pointer");
+  if (data == nullptr) return null_argument(__LINE__, __func__, "data", "pointer");
+  if (type == nullptr) return null_argument(__LINE__, __func__, "type", "pointer");
   *entry = static_cast<ll_entry_t *>(calloc(1, sizeof(ll_entry_t)));
   if (*entry == nullptr) {
     LOG_BUG("calloc failed to allocate memory for the entry. ptr:%p", static_cast<void *>(entry));
@@ -159,7 +161,7 @@ uint8_t ll_create_entry(int32_t size, ll_entry_t **entry, void **data, const cha
 }
 
 uint8_t ll_delete_entry(ll_entry_t *entry) {
-  if (!argument_given(entry, "delete_entry", EDC_HERE)) return 0;
+  if (entry == nullptr) return null_argument(__LINE__, __func__, "delete_entry");
   free(entry->data);
   entry->list = nullptr;
   entry->data = nullptr;
@@ -169,7 +171,7 @@ uint8_t ll_delete_entry(ll_entry_t *entry) {
 }
 
 uint8_t ll_delete_entry_at(ll_list_t *list, uint32_t index) {
-  if (!argument_given(list, "list", EDC_HERE)) return 0;
+  if (list == nullptr) return null_argument(__LINE__, __func__, "list");
   if (!verify(list)) {
     LOG_BUG("List failed integrity test.");
     return 0;
@@ -200,22 +202,22 @@ uint8_t ll_delete_entry_at(ll_list_t *list, uint32_t index) {
 
 namespace {
 
-// The checks shared by both insertions, in their order: the list is verified
-// before the entry is looked at. to_this is the mismatch report's wording
-// of "to this list" ("tothis" for the front).
-bool check_insertion(ll_list_t *list, ll_entry_t *new_entry, const edc::report_site &site,
+// The checks shared by both insertions, in their order, reported as func:
+// the list is verified before the entry is looked at. to_this is the
+// mismatch report's wording of "to this list" ("tothis" for the front).
+bool check_insertion(ll_list_t *list, ll_entry_t *new_entry, const char *func,
                      const char *to_this) {
-  if (!argument_given(list, "list", site)) return false;
+  if (list == nullptr) return null_argument(__LINE__, func, "list");
   if (!verify(list)) {
-    edc::report(site, "BUG", "List failed integrity test.");
+    LOG_BUG_AS(func, "List failed integrity test.");
     return false;
   }
-  if (!argument_given(new_entry, "new_entry", site)) return false;
+  if (new_entry == nullptr) return null_argument(__LINE__, func, "new_entry");
   if (new_entry->type_code != list->type_code) {
-    edc::report(site, "BUG",
-                "This entry represents a different type and cannot be added %s list. "
-                "List:0x%08X Entry:0x%08X",
-                to_this, list->type_code, new_entry->type_code);
+    LOG_BUG_AS(func,
+               "This entry represents a different type and cannot be added %s list. "
+               "List:0x%08X Entry:0x%08X",
+               to_this, list->type_code, new_entry->type_code);
     return false;
   }
   return true;
@@ -224,7 +226,7 @@ bool check_insertion(ll_list_t *list, ll_entry_t *new_entry, const edc::report_s
 }  // namespace
 
 uint8_t ll_add_entry_to_back(ll_list_t *list, ll_entry_t *new_entry) {
-  if (!check_insertion(list, new_entry, EDC_HERE, "to this")) return 0;
+  if (!check_insertion(list, new_entry, __func__, "to this")) return 0;
   ll_entry_t **link = &list->head;
   while (*link != nullptr) link = &(*link)->next;
   *link = new_entry;
@@ -235,7 +237,7 @@ uint8_t ll_add_entry_to_back(ll_list_t *list, ll_entry_t *new_entry) {
 
 uint8_t ll_add_entry_to_front(ll_list_t *list, ll_entry_t *new_entry) {
   // "tothis" is how this message has always read; log scrapers match it.
-  if (!check_insertion(list, new_entry, EDC_HERE, "tothis")) return 0;
+  if (!check_insertion(list, new_entry, __func__, "tothis")) return 0;
   new_entry->next = list->head;
   list->head = new_entry;
   new_entry->list = list;
@@ -244,9 +246,9 @@ uint8_t ll_add_entry_to_front(ll_list_t *list, ll_entry_t *new_entry) {
 }
 
 uint8_t ll_entry_at(ll_list_t *list, int32_t index, void **entry_data) {
-  if (!argument_given(entry_data, "entry_data", EDC_HERE)) return 0;
+  if (entry_data == nullptr) return null_argument(__LINE__, __func__, "entry_data");
   *entry_data = nullptr;
-  if (!argument_given(list, "list", EDC_HERE)) return 0;
+  if (list == nullptr) return null_argument(__LINE__, __func__, "list");
   if (!verify(list)) {
     LOG_BUG("List failed integrity test.");
     return 0;
@@ -265,7 +267,7 @@ uint8_t ll_entry_at(ll_list_t *list, int32_t index, void **entry_data) {
 }
 
 uint8_t ll_verify_integrity(ll_list_t *list) {
-  if (!argument_given(list, "list", EDC_HERE)) return 0;
+  if (list == nullptr) return null_argument(__LINE__, __func__, "list");
   const uint32_t expected = _get_magic_number(list);
   if (list->magic != expected) {
     // The labels stand before the other value ("ExpectedMagic" shows the stored mark).
@@ -323,9 +325,8 @@ uint8_t ll_verify_integrity(ll_list_t *list) {
 }
 
 uint8_t ll_copy_list(ll_list_t *src_list, ll_list_t *dst_list, uint32_t size) {
-  if (!argument_given(src_list, "src_list", EDC_HERE) ||
-      !argument_given(dst_list, "dst_list", EDC_HERE))
-    return 0;
+  if (src_list == nullptr) return null_argument(__LINE__, __func__, "src_list");
+  if (dst_list == nullptr) return null_argument(__LINE__, __func__, "dst_list");
   if (!verify(src_list)) {
     LOG_BUG("Source list failed integrity test.");
     return 0;
