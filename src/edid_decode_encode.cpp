@@ -375,11 +375,12 @@ uint8_t _decode_edid_standard_timing(uint8_t byte1, uint8_t byte2, edid_t *edid)
   if (!arguments_present(__func__, {{edid, "edid"}})) return 0;
   if (byte1 == kUnusedStandardTiming && byte2 == kUnusedStandardTiming) return 1;
   // first byte: (width / 8) - 31; second byte: bits 7-6 aspect, 5-0 rate - 60
-  std_timing_t timing{};
-  timing.h_active = (byte1 + kStandardTimingWidthBias) * kStandardTimingWidthUnit;
-  timing.aspect_ratio = bit_range(byte2, 7, 6);
-  timing.refresh_rate = bit_range(byte2, 5, 0) + kStandardTimingRefreshBias;
-  return edc::append_copy(&edid->std_timings, timing, EDC_HERE) != nullptr;
+  const auto fill = [&](std_timing_t &timing) {
+    timing.h_active = (byte1 + kStandardTimingWidthBias) * kStandardTimingWidthUnit;
+    timing.aspect_ratio = bit_range(byte2, 7, 6);
+    timing.refresh_rate = bit_range(byte2, 5, 0) + kStandardTimingRefreshBias;
+  };
+  return edc::append_filled<std_timing_t>(&edid->std_timings, EDC_HERE, fill) != nullptr;
 }
 
 uint8_t _decode_edid_dtd(const uint8_t *dtd, edid_t *edid) {
@@ -391,11 +392,14 @@ uint8_t _decode_edid_dtd(const uint8_t *dtd, edid_t *edid) {
   static constexpr edc::insertion_messages kMessages = {"Failed creating an entry.",
                                                         "Failed adding entry to the back.",
                                                         "Failed deleting unused entry."};
-  detailed_timing_t timing{};
-  fill_detailed_timing(dtd, pixel_clock, timing);
-  if (edc::append_copy(&edid->dtd_list, timing, EDC_HERE, kMessages) == nullptr) return 0;
-  LOG_TRACE("Added DTD: WxH=%dx%d%s pixel:%d", as_int(timing.h_active), as_int(timing.v_active),
-            timing.progressive ? "p" : "i", as_int(timing.pixel_clock));
+  const auto fill = [&](detailed_timing_t &timing) {
+    fill_detailed_timing(dtd, pixel_clock, timing);
+  };
+  const detailed_timing_t *added =
+      edc::append_filled<detailed_timing_t>(&edid->dtd_list, EDC_HERE, fill, kMessages);
+  if (added == nullptr) return 0;
+  LOG_TRACE("Added DTD: WxH=%dx%d%s pixel:%d", as_int(added->h_active), as_int(added->v_active),
+            added->progressive ? "p" : "i", as_int(added->pixel_clock));
   return 1;
 }
 
@@ -744,11 +748,12 @@ bool decode_video_block(byte_view block, uint32_t length, edid_t *edid) {
                                                         "Failed deleting unused entry."};
   LOG_TRACE_AS(kDecodeExtensions, "Video Data Block. Len=%d", as_int(length));
   for (uint32_t i = 1; i <= length; ++i) {
-    short_video_desc_t format{};
-    format.native = has_bit(block[i], kSvdNativeBit);
-    format.vic = bit_range(block[i], 6, 0);
-    if (edc::append_copy(&edid->video_list, format, EDC_HERE_AS(kDecodeExtensions), kMessages) ==
-        nullptr)
+    const auto fill = [&](short_video_desc_t &format) {
+      format.native = has_bit(block[i], kSvdNativeBit);
+      format.vic = bit_range(block[i], 6, 0);
+    };
+    if (edc::append_filled<short_video_desc_t>(&edid->video_list, EDC_HERE_AS(kDecodeExtensions),
+                                               fill, kMessages) == nullptr)
       return false;
   }
   return true;

@@ -8,6 +8,8 @@
 //                                            entry, copy the element in, add
 //                                            it to the back, delete it again
 //                                            if the add fails
+//   append_filled<T>(&list, EDC_HERE, fill)  the same, with fill(T &) filling
+//                                            the zeroed element in place
 //   element_at<T>(&list, index)              ll_entry_at, typed
 //   for (T *e : elements<T>(&list)) ...      every element, head to tail
 //
@@ -59,19 +61,20 @@ inline constexpr insertion_messages kInsertionMessages = {
 // Where an insertion goes: the back of the list or its front.
 enum class list_end : uint8_t { back, front };
 
-// Creates an entry of T, copies element into it and links it in at the
-// given end. On a failure reports the messages at site, releases the entry
-// and gives nullptr; otherwise the element as the list now holds it.
-template <list_element T>
-T *insert_copy(ll_list_t *list, const T &element, list_end end, const report_site &site,
-               const insertion_messages &messages = kInsertionMessages) {
+// Creates an entry of T, lets fill(T &) fill its zeroed element in place and
+// links it in at the given end. On a failure reports the messages at site,
+// releases the entry and gives nullptr; otherwise the element as the list
+// now holds it.
+template <list_element T, typename Fill>
+T *insert_filled(ll_list_t *list, list_end end, const report_site &site, Fill &&fill,
+                 const insertion_messages &messages = kInsertionMessages) {
   ll_entry_t *entry = nullptr;
   void *data = nullptr;
   if (!ll_create_entry(static_cast<int32_t>(sizeof(T)), &entry, &data, type_name<T>)) {
     report(site, "ERROR", messages.create_failed);
     return nullptr;
   }
-  memcpy(data, &element, sizeof(T));
+  fill(*static_cast<T *>(data));
   const uint8_t added = end == list_end::back ? ll_add_entry_to_back(list, entry)
                                               : ll_add_entry_to_front(list, entry);
   if (!added) {
@@ -82,10 +85,24 @@ T *insert_copy(ll_list_t *list, const T &element, list_end end, const report_sit
   return static_cast<T *>(data);
 }
 
+// The same with a copy of element.
+template <list_element T>
+T *insert_copy(ll_list_t *list, const T &element, list_end end, const report_site &site,
+               const insertion_messages &messages = kInsertionMessages) {
+  return insert_filled<T>(
+      list, end, site, [&](T &stored) { memcpy(&stored, &element, sizeof(T)); }, messages);
+}
+
 template <list_element T>
 T *append_copy(ll_list_t *list, const T &element, const report_site &site,
                const insertion_messages &messages = kInsertionMessages) {
   return insert_copy(list, element, list_end::back, site, messages);
+}
+
+template <list_element T, typename Fill>
+T *append_filled(ll_list_t *list, const report_site &site, Fill &&fill,
+                 const insertion_messages &messages = kInsertionMessages) {
+  return insert_filled<T>(list, list_end::back, site, fill, messages);
 }
 
 // The element at index, or nullptr when the list cannot give it (the list
