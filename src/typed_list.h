@@ -45,8 +45,7 @@ template <>  // the platform's encoded audio descriptors
 inline constexpr const char *type_name<int32_t> = "int";
 
 template <typename T>
-concept list_element = type_name<T>
-!= nullptr;
+concept list_element = (type_name<T> != nullptr);
 
 // The texts of a failed insertion; they differ between the library's lists.
 struct insertion_messages {
@@ -71,15 +70,15 @@ T *insert_filled(ll_list_t *list, list_end end, const report_site &site, Fill &&
   ll_entry_t *entry = nullptr;
   void *data = nullptr;
   if (!ll_create_entry(static_cast<int32_t>(sizeof(T)), &entry, &data, type_name<T>)) {
-    report(site, "ERROR", messages.create_failed);
+    report(site, "ERROR", "%s", messages.create_failed);
     return nullptr;
   }
   fill(*static_cast<T *>(data));
   const uint8_t added = end == list_end::back ? ll_add_entry_to_back(list, entry)
                                               : ll_add_entry_to_front(list, entry);
   if (!added) {
-    report(site, "ERROR", messages.add_failed);
-    if (!ll_delete_entry(entry)) report(site, "ERROR", messages.delete_failed);
+    report(site, "ERROR", "%s", messages.add_failed);
+    if (!ll_delete_entry(entry)) report(site, "ERROR", "%s", messages.delete_failed);
     return nullptr;
   }
   return static_cast<T *>(data);
