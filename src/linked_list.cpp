@@ -9,12 +9,15 @@
 // tail pointer) are deliberate: the integrity rules cover every pointer there is.
 #include "linked_list.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
 #include "diagnostics.h"
 #include "linked_list_internal.h"
+
+using edc::as_int;
 
 namespace {
 
@@ -24,62 +27,67 @@ bool verify(ll_list_t *list) {
   return ll_verify_integrity(list) != 0;
 }
 
+// The reports of a NULL argument, at the caller's site, in the wordings the
+// operations have always used: "list ptr is NULL." for the operations on a
+// head, "\"type\" ptr is NULL. type=(nil)", and
+// "\"<name>\" parameter is NULL. <name>:(nil)" (or "pointer is NULL"). Each
+// gives 0 for the caller to return. Callers test the pointer themselves and
+// pass their line and name as plain arguments: the tests run on every list
+// operation, and so cost no more than a compare.
+[[gnu::cold]] int null_head(int line, const char *func) {
+  diag_line("ERROR", __FILE_NAME__, line, func, "list ptr is NULL.");
+  return 0;
+}
+
+[[gnu::cold]] int null_type(int line, const char *func) {
+  diag_line("ERROR", __FILE_NAME__, line, func, "\"type\" ptr is NULL. type=%p",
+            static_cast<const void *>(nullptr));
+  return 0;
+}
+
+[[gnu::cold]] int null_argument(int line, const char *func, const char *name,
+                                const char *noun = "parameter") {
+  diag_line("ERROR", __FILE_NAME__, line, func, "\"%s\" %s is NULL. %s:%p", name, noun, name,
+            static_cast<const void *>(nullptr));
+  return 0;
+}
+
 }  // namespace
 
 extern "C" {
 
 uint32_t _get_magic_number(ll_list_t *list) {
-  if (list == nullptr) {
-    LOG_ERROR("list ptr is NULL.");
-    return 0;
-  }
+  if (list == nullptr) return null_head(__LINE__, __func__);
   return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(list)) ^ kMagicXor;
 }
 
 // Each byte, sign-extended, is XORed in at byte position 0, 1, 2, 3, 0, ...
 uint32_t _calculate_str_checksum(const char *type) {
   uint32_t code = 0;
-  unsigned position = 0;
-  for (const char *c = type; c != nullptr && *c != '\0'; ++c) {
-    const auto extended = static_cast<uint32_t>(static_cast<int32_t>(static_cast<int8_t>(*c)));
-    code ^= extended << (8 * position);
-    position = position > 2 ? 0 : position + 1;
+  for (size_t i = 0; type != nullptr && type[i] != '\0'; ++i) {
+    const auto extended = static_cast<uint32_t>(static_cast<int32_t>(static_cast<int8_t>(type[i])));
+    code ^= extended << (8 * (i % 4));
   }
   return code;
 }
 
 uint8_t ll_is_initialized(ll_list_t *list) {
-  if (list == nullptr) {
-    LOG_ERROR("list ptr is NULL.");
-    return 0;
-  }
+  if (list == nullptr) return null_head(__LINE__, __func__);
   return list->magic == _get_magic_number(list) ? 1 : 0;
 }
 
 uint8_t ll_verify_list_type(ll_list_t *list, const char *type) {
-  if (list == nullptr) {
-    LOG_ERROR("list ptr is NULL.");
-    return 0;
-  }
-  if (type == nullptr) {
-    LOG_ERROR("\"type\" ptr is NULL. type=%p", static_cast<const void *>(type));
-    return 0;
-  }
+  if (list == nullptr) return null_head(__LINE__, __func__);
+  if (type == nullptr) return null_type(__LINE__, __func__);
   return list->type_code == _calculate_str_checksum(type) ? 1 : 0;
 }
 
 uint8_t ll_init(ll_list_t *list, const char *type) {
-  if (list == nullptr) {
-    LOG_ERROR("list ptr is NULL.");
-    return 0;
-  }
-  if (type == nullptr) {
-    LOG_ERROR("\"type\" ptr is NULL. type=%p", static_cast<const void *>(type));
-    return 0;
-  }
+  if (list == nullptr) return null_head(__LINE__, __func__);
+  if (type == nullptr) return null_type(__LINE__, __func__);
   if (list->magic == _get_magic_number(list)) {
     LOG_ERROR("List Corruption: This list has already been initialized. Ptr:%p MagicNum:%d",
-              static_cast<void *>(list), static_cast<int32_t>(list->magic));
+              static_cast<void *>(list), as_int(list->magic));
     return 0;
   }
   list->size = 0;
@@ -94,10 +102,7 @@ uint8_t ll_init(ll_list_t *list, const char *type) {
 }
 
 uint8_t ll_delete_list(ll_list_t *list) {
-  if (list == nullptr) {
-    LOG_ERROR("list ptr is NULL.");
-    return 0;
-  }
+  if (list == nullptr) return null_head(__LINE__, __func__);
   if (!verify(list)) {
     LOG_BUG("Failed verifying integrity of the list. list:%p", static_cast<void *>(list));
     return 0;
@@ -120,10 +125,7 @@ uint8_t ll_delete_list(ll_list_t *list) {
 }
 
 int32_t ll_size(ll_list_t *list) {
-  if (list == nullptr) {
-    LOG_ERROR("list ptr is NULL.");
-    return 0;
-  }
+  if (list == nullptr) return null_head(__LINE__, __func__);
   if (!verify(list)) {
     LOG_BUG("Failed integrity test. list:%p", static_cast<void *>(list));
     return 0;
@@ -136,18 +138,9 @@ uint8_t ll_create_entry(int32_t size, ll_entry_t **entry, void **data, const cha
     LOG_ERROR("Create entry called with an invalid size. size:%d", size);
     return 0;
   }
-  if (entry == nullptr) {
-    LOG_ERROR("\"entry\" pointer is NULL. entry:%p", static_cast<void *>(entry));
-    return 0;
-  }
-  if (data == nullptr) {
-    LOG_ERROR("\"data\" pointer is NULL. data:%p", static_cast<void *>(data));
-    return 0;
-  }
-  if (type == nullptr) {
-    LOG_ERROR("\"type\" pointer is NULL. type:%p", static_cast<const void *>(type));
-    return 0;
-  }
+  if (entry == nullptr) return null_argument(__LINE__, __func__, "entry", "pointer");
+  if (data == nullptr) return null_argument(__LINE__, __func__, "data", "pointer");
+  if (type == nullptr) return null_argument(__LINE__, __func__, "type", "pointer");
   *entry = static_cast<ll_entry_t *>(calloc(1, sizeof(ll_entry_t)));
   if (*entry == nullptr) {
     LOG_BUG("calloc failed to allocate memory for the entry. ptr:%p", static_cast<void *>(entry));
@@ -168,10 +161,7 @@ uint8_t ll_create_entry(int32_t size, ll_entry_t **entry, void **data, const cha
 }
 
 uint8_t ll_delete_entry(ll_entry_t *entry) {
-  if (entry == nullptr) {
-    LOG_ERROR("\"delete_entry\" parameter is NULL. delete_entry:%p", static_cast<void *>(entry));
-    return 0;
-  }
+  if (entry == nullptr) return null_argument(__LINE__, __func__, "delete_entry");
   free(entry->data);
   entry->list = nullptr;
   entry->data = nullptr;
@@ -181,10 +171,7 @@ uint8_t ll_delete_entry(ll_entry_t *entry) {
 }
 
 uint8_t ll_delete_entry_at(ll_list_t *list, uint32_t index) {
-  if (list == nullptr) {
-    LOG_ERROR("\"list\" parameter is NULL. list:%p", static_cast<void *>(list));
-    return 0;
-  }
+  if (list == nullptr) return null_argument(__LINE__, __func__, "list");
   if (!verify(list)) {
     LOG_BUG("List failed integrity test.");
     return 0;
@@ -193,7 +180,7 @@ uint8_t ll_delete_entry_at(ll_list_t *list, uint32_t index) {
     LOG_ERROR(
         "Index Out of Range: Requesting a value outside the range of the list. Index:%d "
         "Size:%d",
-        static_cast<int32_t>(index), list->size);
+        as_int(index), list->size);
     return 0;
   }
   ll_entry_t **link = &list->head;
@@ -215,30 +202,22 @@ uint8_t ll_delete_entry_at(ll_list_t *list, uint32_t index) {
 
 namespace {
 
-// The checks shared by both insertions, in their order: the list is verified
-// before the entry is looked at.
+// The checks shared by both insertions, in their order, reported as func:
+// the list is verified before the entry is looked at. to_this is the
+// mismatch report's wording of "to this list" ("tothis" for the front).
 bool check_insertion(ll_list_t *list, ll_entry_t *new_entry, const char *func,
-                     const char *mismatch_format) {
-  if (list == nullptr) {
-    diag_line("ERROR", __FILE_NAME__, __LINE__, func, "\"list\" parameter is NULL. list:%p",
-              static_cast<void *>(list));
-    return false;
-  }
+                     const char *to_this) {
+  if (list == nullptr) return null_argument(__LINE__, func, "list");
   if (!verify(list)) {
-    diag_line("BUG", __FILE_NAME__, __LINE__, func, "List failed integrity test.");
+    LOG_BUG_AS(func, "List failed integrity test.");
     return false;
   }
-  if (new_entry == nullptr) {
-    diag_line("ERROR", __FILE_NAME__, __LINE__, func,
-              "\"new_entry\" parameter is NULL. new_entry:%p", static_cast<void *>(new_entry));
-    return false;
-  }
+  if (new_entry == nullptr) return null_argument(__LINE__, func, "new_entry");
   if (new_entry->type_code != list->type_code) {
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-    diag_line("BUG", __FILE_NAME__, __LINE__, func, mismatch_format, list->type_code,
-              new_entry->type_code);
-#pragma GCC diagnostic pop
+    LOG_BUG_AS(func,
+               "This entry represents a different type and cannot be added %s list. "
+               "List:0x%08X Entry:0x%08X",
+               to_this, list->type_code, new_entry->type_code);
     return false;
   }
   return true;
@@ -247,10 +226,7 @@ bool check_insertion(ll_list_t *list, ll_entry_t *new_entry, const char *func,
 }  // namespace
 
 uint8_t ll_add_entry_to_back(ll_list_t *list, ll_entry_t *new_entry) {
-  if (!check_insertion(list, new_entry, __func__,
-                       "This entry represents a different type and cannot be added to this list. "
-                       "List:0x%08X Entry:0x%08X"))
-    return 0;
+  if (!check_insertion(list, new_entry, __func__, "to this")) return 0;
   ll_entry_t **link = &list->head;
   while (*link != nullptr) link = &(*link)->next;
   *link = new_entry;
@@ -261,10 +237,7 @@ uint8_t ll_add_entry_to_back(ll_list_t *list, ll_entry_t *new_entry) {
 
 uint8_t ll_add_entry_to_front(ll_list_t *list, ll_entry_t *new_entry) {
   // "tothis" is how this message has always read; log scrapers match it.
-  if (!check_insertion(list, new_entry, __func__,
-                       "This entry represents a different type and cannot be added tothis list. "
-                       "List:0x%08X Entry:0x%08X"))
-    return 0;
+  if (!check_insertion(list, new_entry, __func__, "tothis")) return 0;
   new_entry->next = list->head;
   list->head = new_entry;
   new_entry->list = list;
@@ -273,15 +246,9 @@ uint8_t ll_add_entry_to_front(ll_list_t *list, ll_entry_t *new_entry) {
 }
 
 uint8_t ll_entry_at(ll_list_t *list, int32_t index, void **entry_data) {
-  if (entry_data == nullptr) {
-    LOG_ERROR("\"entry_data\" parameter is NULL. entry_data:%p", static_cast<void *>(entry_data));
-    return 0;
-  }
+  if (entry_data == nullptr) return null_argument(__LINE__, __func__, "entry_data");
   *entry_data = nullptr;
-  if (list == nullptr) {
-    LOG_ERROR("\"list\" parameter is NULL. list:%p", static_cast<void *>(list));
-    return 0;
-  }
+  if (list == nullptr) return null_argument(__LINE__, __func__, "list");
   if (!verify(list)) {
     LOG_BUG("List failed integrity test.");
     return 0;
@@ -300,18 +267,15 @@ uint8_t ll_entry_at(ll_list_t *list, int32_t index, void **entry_data) {
 }
 
 uint8_t ll_verify_integrity(ll_list_t *list) {
-  if (list == nullptr) {
-    LOG_ERROR("\"list\" parameter is NULL. list:%p", static_cast<void *>(list));
-    return 0;
-  }
+  if (list == nullptr) return null_argument(__LINE__, __func__, "list");
   const uint32_t expected = _get_magic_number(list);
   if (list->magic != expected) {
     // The labels stand before the other value ("ExpectedMagic" shows the stored mark).
     LOG_ERROR(
         "Corrupt List: List not initialized. Ptr:%p ExpectedMagic:%d Magic:%d Size:%d "
         "Head:%p ",
-        static_cast<void *>(list), static_cast<int32_t>(list->magic),
-        static_cast<int32_t>(expected), list->size, static_cast<void *>(list->head));
+        static_cast<void *>(list), as_int(list->magic), as_int(expected), list->size,
+        static_cast<void *>(list->head));
     return 0;
   }
   if (list->head == nullptr) {
@@ -361,14 +325,8 @@ uint8_t ll_verify_integrity(ll_list_t *list) {
 }
 
 uint8_t ll_copy_list(ll_list_t *src_list, ll_list_t *dst_list, uint32_t size) {
-  if (src_list == nullptr) {
-    LOG_ERROR("\"src_list\" parameter is NULL. src_list:%p", static_cast<void *>(src_list));
-    return 0;
-  }
-  if (dst_list == nullptr) {
-    LOG_ERROR("\"dst_list\" parameter is NULL. dst_list:%p", static_cast<void *>(dst_list));
-    return 0;
-  }
+  if (src_list == nullptr) return null_argument(__LINE__, __func__, "src_list");
+  if (dst_list == nullptr) return null_argument(__LINE__, __func__, "dst_list");
   if (!verify(src_list)) {
     LOG_BUG("Source list failed integrity test.");
     return 0;
