@@ -56,3 +56,9 @@ void edc::report(const report_site &site, const char *severity, const char *fmt,
   prefixed_line(severity, site.file, site.line, site.func, fmt, args);
   va_end(args);
 }
+
+bool edc::argument_present(const void *pointer, const char *name, const report_site &site) {
+  if (pointer != nullptr) return true;
+  report(site, "ERROR", "\"%s\" parameter is NULL. %s:%p", name, name, pointer);
+  return false;
+}

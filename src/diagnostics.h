@@ -59,6 +59,10 @@ void report(const report_site &site, const char *severity, const char *fmt, ...)
 // so that unsigned values above 2147483647 print negative as they always
 // have. Every unsigned value printed with %d goes through it (and generic
 // code that prints a signed or an unsigned T).
+// The usual check of a pointer argument: false, with the error "\"name\"
+// parameter is NULL. name:(nil)" at site, when it is NULL.
+bool argument_present(const void *pointer, const char *name, const report_site &site);
+
 template <std::integral T>
 constexpr int32_t as_int(T value) {
   return static_cast<int32_t>(value);

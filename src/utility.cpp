@@ -766,11 +766,7 @@ constexpr platform_list kPlatformLists[] = {
 extern "C" {
 
 bool platform_values_init(platform_values_t *platform_values) {
-  if (platform_values == nullptr) {
-    LOG_ERROR("\"platform_values\" parameter is NULL. platform_values:%p",
-              static_cast<void *>(platform_values));
-    return false;
-  }
+  if (!edc::argument_present(platform_values, "platform_values", EDC_HERE)) return false;
   memset(platform_values, 0, sizeof *platform_values);
   for (const platform_list &entry : kPlatformLists) {
     if (!ll_init(&(platform_values->*entry.list), entry.type)) {
@@ -783,11 +779,7 @@ bool platform_values_init(platform_values_t *platform_values) {
 
 // Only the lists own heap storage; everything else lives in the record.
 bool platform_values_destroy(platform_values_t *platform_values) {
-  if (platform_values == nullptr) {
-    LOG_ERROR("\"platform_values\" parameter is NULL. platform_values:%p",
-              static_cast<void *>(platform_values));
-    return false;
-  }
+  if (!edc::argument_present(platform_values, "platform_values", EDC_HERE)) return false;
   for (const platform_list &entry : kPlatformLists) {
     if (!ll_delete_list(&(platform_values->*entry.list))) {
       LOG_BUG("%s", entry.removal_failure);
