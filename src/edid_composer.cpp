@@ -456,7 +456,7 @@ uint32_t _filter_video_modes(edid_t *edid, hdmi_mode_t *hdmi_current_mode, ll_li
       !edc::argument_present(platform_values, "platform_values", EDC_HERE))
     return 0;
   ll_list_t valid{};
-  if (!ll_init(&valid, edc::type_name<short_video_desc_t>)) {
+  if (!edc::init_list_of<short_video_desc_t>(&valid)) {
     LOG_ERROR("Failed initializing the linked list.");
     return 0;
   }
@@ -1284,7 +1284,7 @@ bool compose_edid_internal(const uint8_t *edid_block, int32_t edid_bytes, uint8_
     LOG_ERROR("Failed preparing edid.");
     return false;
   }
-  c.modes_ready = ll_init(&c.modes, edc::type_name<short_video_desc_t>) != 0;
+  c.modes_ready = edc::init_list_of<short_video_desc_t>(&c.modes) != 0;
   if (!c.modes_ready) {
     LOG_ERROR("Failed initializing modes.");
     return false;

@@ -65,7 +65,7 @@ namespace {
 // them, with the names each message gives them.
 struct record_list {
   ll_list_t edid_t::*list;
-  const char *type;
+  edc::list_type type;
   const char *already_initialised;  // edid_prepare
   const char *not_initialised;      // edid_destroy
   const char *delete_failed;        // edid_destroy
@@ -74,25 +74,25 @@ struct record_list {
 };
 
 constexpr std::array<record_list, 4> kRecordLists = {{
-    {&edid_t::std_timings, edc::type_name<std_timing_t>,
+    {&edid_t::std_timings, edc::list_type_of<std_timing_t>,
      "standard_timing_list has already been initialized.",
      "List is not initialized. List:standard_timing_list.",
      "Failed deleting list: standard_timing_list.",
      "Deleted list believes it is still initialized: standard_timing_list.",
      "standard_timing_list: List not initialized."},
-    {&edid_t::dtd_list, edc::type_name<detailed_timing_t>,
+    {&edid_t::dtd_list, edc::list_type_of<detailed_timing_t>,
      "detailed_timing_list has already been initialized.",
      "List is not initialized. List:detailed_timing_list.",
      "Failed deleting list: detailed_timing_list.",
      "Deleted list believes it is still initialized: detailed_timing_list.",
      "detailed_timing_list: List not initialized."},
-    {&edid_t::video_list, edc::type_name<short_video_desc_t>,
+    {&edid_t::video_list, edc::list_type_of<short_video_desc_t>,
      "short_video_description_list has already been initialized.",
      "List is not initialized. List:short_video_description_timing_list.",
      "Failed deleting list: short_video_description_list.",
      "Deleted list believes it is still initialized: short_video_description_list.",
      "short_video_description_list: List not initialized."},
-    {&edid_t::audio_list, edc::type_name<short_audio_desc_t>,
+    {&edid_t::audio_list, edc::list_type_of<short_audio_desc_t>,
      "short_audio_description_list has already been initialized.",
      "List is not initialized. List:short_audio_description_timing_list.",
      "Failed deleting list: short_audio_description_list.",
@@ -131,7 +131,7 @@ uint8_t edid_prepare(edid_t *edid) {
     }
   }
   for (const auto &l : kRecordLists) {
-    if (!ll_init(&(edid->*l.list), l.type)) {
+    if (!edc::init_list(&(edid->*l.list), l.type)) {
       LOG_ERROR("Failed initailzing list.");
       return 0;
     }

@@ -23,9 +23,7 @@ namespace {
 
 constexpr uint32_t kMagicXor = 0xA0A06060u;
 
-bool verify(ll_list_t *list) {
-  return ll_verify_integrity(list) != 0;
-}
+constexpr const char kLlVerifyIntegrity[] = "ll_verify_integrity";
 
 // The reports of a NULL argument, at the caller's site, in the wordings the
 // operations have always used: "list ptr is NULL." for the operations on a
@@ -52,7 +50,143 @@ bool verify(ll_list_t *list) {
   return 0;
 }
 
+// ll_verify_integrity, which also gives the list's last entry (nullptr for
+// an empty list) to a caller that asks, so that appending needs no second
+// walk.
+uint8_t integrity(ll_list_t *list, ll_entry_t **last) {
+  if (list == nullptr) return null_argument(__LINE__, kLlVerifyIntegrity, "list");
+  const uint32_t expected = _get_magic_number(list);
+  if (list->magic != expected) {
+    // The labels stand before the other value ("ExpectedMagic" shows the stored mark).
+    LOG_ERROR_AS(kLlVerifyIntegrity,
+                 "Corrupt List: List not initialized. Ptr:%p ExpectedMagic:%d Magic:%d Size:%d "
+                 "Head:%p ",
+                 static_cast<void *>(list), as_int(list->magic), as_int(expected), list->size,
+                 static_cast<void *>(list->head));
+    return 0;
+  }
+  if (last != nullptr) *last = nullptr;
+  if (list->head == nullptr) {
+    if (list->size == 0) return 1;
+    LOG_ERROR_AS(kLlVerifyIntegrity,
+                 "Corrupt List: The list's head is NULL, but the size isn't zero. Size:%d",
+                 list->size);
+    return 0;
+  }
+  if (list->size == 0) {
+    LOG_ERROR_AS(kLlVerifyIntegrity,
+                 "Corrupt List: The list's size is zero, but the head isn't NULL. HeadPtr:%p",
+                 static_cast<void *>(list->head));
+    return 0;
+  }
+  // The counter stops the walk once it reaches the size, so a cycle ends too.
+  int32_t count = 0;
+  for (ll_entry_t *entry = list->head; entry != nullptr;) {
+    if (entry->list == nullptr) {
+      LOG_BUG_AS(kLlVerifyIntegrity,
+                 "Corrupt List: An entry's list attribute is set to NULL. Ptr:%p",
+                 static_cast<void *>(entry->list));
+      return 0;
+    }
+    if (entry->type_code != list->type_code) {
+      LOG_BUG_AS(kLlVerifyIntegrity,
+                 "Corrupt List: An entry's type does not match the lists. Count:%d", count);
+      return 0;
+    }
+    ++count;
+    ll_entry_t *next = entry->next;
+    if (count >= list->size || next == nullptr) {
+      if (next == nullptr && count == list->size) {
+        if (last != nullptr) *last = entry;
+        return 1;
+      }
+      if (next == nullptr && count < list->size) {
+        // The labels stand in the opposite order to the values.
+        LOG_ERROR_AS(kLlVerifyIntegrity,
+                     "Corrupt List: Either the list's size doesn't match the number of entries. "
+                     "ListSize:%d Counted:%d",
+                     count, list->size);
+      } else {
+        LOG_ERROR_AS(kLlVerifyIntegrity,
+                     "Corrupt List: Either the list is the wrong size or the final entry is not "
+                     "NULL. Counted=%d Len=%d NextPtr=%p",
+                     count, list->size, static_cast<void *>(next));
+      }
+      return 0;
+    }
+    entry = next;
+  }
+  return 0;  // not reached: the walk returns at its last entry
+}
+
+bool verify(ll_list_t *list, ll_entry_t **last = nullptr) {
+  return integrity(list, last) != 0;
+}
+
+// An entry and its element share one zero-filled allocation: the element's
+// storage follows the entry, aligned for any type. One calloc and one free
+// an entry instead of two each.
+constexpr size_t kStorageOffset =
+    (sizeof(ll_entry_t) + alignof(std::max_align_t) - 1) & ~(alignof(std::max_align_t) - 1);
+
+void *element_storage(ll_entry_t *entry) {
+  return reinterpret_cast<unsigned char *>(entry) + kStorageOffset;
+}
+
+constexpr const char kLlInit[] = "ll_init";
+constexpr const char kLlCreateEntry[] = "ll_create_entry";
+constexpr const char kLlVerifyListType[] = "ll_verify_list_type";
+
 }  // namespace
+
+uint8_t edc::init_list(ll_list_t *list, const char *type, uint32_t code) {
+  if (list == nullptr) return null_head(__LINE__, kLlInit);
+  if (type == nullptr) return null_type(__LINE__, kLlInit);
+  if (list->magic == _get_magic_number(list)) {
+    LOG_ERROR_AS(kLlInit,
+                 "List Corruption: This list has already been initialized. Ptr:%p MagicNum:%d",
+                 static_cast<void *>(list), as_int(list->magic));
+    return 0;
+  }
+  list->size = 0;
+  list->head = nullptr;
+  list->magic = _get_magic_number(list);
+  list->type_code = code;
+  if (!verify(list)) {
+    LOG_BUG_AS(kLlInit, "Failed verifying the integrity of the list.");
+    return 0;
+  }
+  return 1;
+}
+
+uint8_t edc::create_entry(int32_t size, ll_entry_t **entry, void **data, const char *type,
+                          uint32_t code) {
+  if (size < 1) {
+    LOG_ERROR_AS(kLlCreateEntry, "Create entry called with an invalid size. size:%d", size);
+    return 0;
+  }
+  if (entry == nullptr) return null_argument(__LINE__, kLlCreateEntry, "entry", "pointer");
+  if (data == nullptr) return null_argument(__LINE__, kLlCreateEntry, "data", "pointer");
+  if (type == nullptr) return null_argument(__LINE__, kLlCreateEntry, "type", "pointer");
+  *entry = static_cast<ll_entry_t *>(calloc(1, kStorageOffset + static_cast<size_t>(size)));
+  if (*entry == nullptr) {
+    LOG_BUG_AS(kLlCreateEntry, "calloc failed to allocate memory for the entry. ptr:%p",
+               static_cast<void *>(entry));
+    return 0;
+  }
+  (*entry)->data = element_storage(*entry);
+  (*entry)->list = nullptr;
+  (*entry)->next = nullptr;
+  (*entry)->type_code = code;
+  *data = (*entry)->data;
+  return 1;
+}
+
+uint8_t edc::list_has_type(ll_list_t *list, const char *type, uint32_t code) {
+  if (list == nullptr) return null_head(__LINE__, kLlVerifyListType);
+  if (type == nullptr) return null_type(__LINE__, kLlVerifyListType);
+  return list->type_code == code ? 1 : 0;
+}
 
 extern "C" {
 
@@ -61,14 +195,8 @@ uint32_t _get_magic_number(ll_list_t *list) {
   return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(list)) ^ kMagicXor;
 }
 
-// Each byte, sign-extended, is XORed in at byte position 0, 1, 2, 3, 0, ...
 uint32_t _calculate_str_checksum(const char *type) {
-  uint32_t code = 0;
-  for (size_t i = 0; type != nullptr && type[i] != '\0'; ++i) {
-    const auto extended = static_cast<uint32_t>(static_cast<int32_t>(static_cast<int8_t>(type[i])));
-    code ^= extended << (8 * (i % 4));
-  }
-  return code;
+  return type != nullptr ? edc::type_code(type) : 0;
 }
 
 uint8_t ll_is_initialized(ll_list_t *list) {
@@ -77,28 +205,11 @@ uint8_t ll_is_initialized(ll_list_t *list) {
 }
 
 uint8_t ll_verify_list_type(ll_list_t *list, const char *type) {
-  if (list == nullptr) return null_head(__LINE__, __func__);
-  if (type == nullptr) return null_type(__LINE__, __func__);
-  return list->type_code == _calculate_str_checksum(type) ? 1 : 0;
+  return edc::list_has_type(list, type, _calculate_str_checksum(type));
 }
 
 uint8_t ll_init(ll_list_t *list, const char *type) {
-  if (list == nullptr) return null_head(__LINE__, __func__);
-  if (type == nullptr) return null_type(__LINE__, __func__);
-  if (list->magic == _get_magic_number(list)) {
-    LOG_ERROR("List Corruption: This list has already been initialized. Ptr:%p MagicNum:%d",
-              static_cast<void *>(list), as_int(list->magic));
-    return 0;
-  }
-  list->size = 0;
-  list->head = nullptr;
-  list->magic = _get_magic_number(list);
-  list->type_code = _calculate_str_checksum(type);
-  if (!verify(list)) {
-    LOG_BUG("Failed verifying the integrity of the list.");
-    return 0;
-  }
-  return 1;
+  return edc::init_list(list, type, _calculate_str_checksum(type));
 }
 
 uint8_t ll_delete_list(ll_list_t *list) {
@@ -134,35 +245,12 @@ int32_t ll_size(ll_list_t *list) {
 }
 
 uint8_t ll_create_entry(int32_t size, ll_entry_t **entry, void **data, const char *type) {
-  if (size < 1) {
-    LOG_ERROR("Create entry called with an invalid size. size:%d", size);
-    return 0;
-  }
-  if (entry == nullptr) return null_argument(__LINE__, __func__, "entry", "pointer");
-  if (data == nullptr) return null_argument(__LINE__, __func__, "data", "pointer");
-  if (type == nullptr) return null_argument(__LINE__, __func__, "type", "pointer");
-  *entry = static_cast<ll_entry_t *>(calloc(1, sizeof(ll_entry_t)));
-  if (*entry == nullptr) {
-    LOG_BUG("calloc failed to allocate memory for the entry. ptr:%p", static_cast<void *>(entry));
-    return 0;
-  }
-  void *storage = calloc(1, static_cast<size_t>(size));
-  if (storage == nullptr) {
-    LOG_BUG("calloc failed to allocate memory for the data storage. ptr:%p", storage);
-    free(*entry);
-    return 0;
-  }
-  (*entry)->data = storage;
-  (*entry)->list = nullptr;
-  (*entry)->next = nullptr;
-  (*entry)->type_code = _calculate_str_checksum(type);
-  *data = storage;
-  return 1;
+  return edc::create_entry(size, entry, data, type, _calculate_str_checksum(type));
 }
 
 uint8_t ll_delete_entry(ll_entry_t *entry) {
   if (entry == nullptr) return null_argument(__LINE__, __func__, "delete_entry");
-  free(entry->data);
+  if (entry->data != element_storage(entry)) free(entry->data);  // storage a caller put there
   entry->list = nullptr;
   entry->data = nullptr;
   entry->next = nullptr;
@@ -205,10 +293,10 @@ namespace {
 // The checks shared by both insertions, in their order, reported as func:
 // the list is verified before the entry is looked at. to_this is the
 // mismatch report's wording of "to this list" ("tothis" for the front).
-bool check_insertion(ll_list_t *list, ll_entry_t *new_entry, const char *func,
-                     const char *to_this) {
+bool check_insertion(ll_list_t *list, ll_entry_t *new_entry, const char *func, const char *to_this,
+                     ll_entry_t **last = nullptr) {
   if (list == nullptr) return null_argument(__LINE__, func, "list");
-  if (!verify(list)) {
+  if (!verify(list, last)) {
     LOG_BUG_AS(func, "List failed integrity test.");
     return false;
   }
@@ -226,10 +314,9 @@ bool check_insertion(ll_list_t *list, ll_entry_t *new_entry, const char *func,
 }  // namespace
 
 uint8_t ll_add_entry_to_back(ll_list_t *list, ll_entry_t *new_entry) {
-  if (!check_insertion(list, new_entry, __func__, "to this")) return 0;
-  ll_entry_t **link = &list->head;
-  while (*link != nullptr) link = &(*link)->next;
-  *link = new_entry;
+  ll_entry_t *last = nullptr;  // the verification walk ends there
+  if (!check_insertion(list, new_entry, __func__, "to this", &last)) return 0;
+  (last != nullptr ? last->next : list->head) = new_entry;
   new_entry->list = list;
   list->size++;
   return 1;
@@ -267,61 +354,7 @@ uint8_t ll_entry_at(ll_list_t *list, int32_t index, void **entry_data) {
 }
 
 uint8_t ll_verify_integrity(ll_list_t *list) {
-  if (list == nullptr) return null_argument(__LINE__, __func__, "list");
-  const uint32_t expected = _get_magic_number(list);
-  if (list->magic != expected) {
-    // The labels stand before the other value ("ExpectedMagic" shows the stored mark).
-    LOG_ERROR(
-        "Corrupt List: List not initialized. Ptr:%p ExpectedMagic:%d Magic:%d Size:%d "
-        "Head:%p ",
-        static_cast<void *>(list), as_int(list->magic), as_int(expected), list->size,
-        static_cast<void *>(list->head));
-    return 0;
-  }
-  if (list->head == nullptr) {
-    if (list->size == 0) return 1;
-    LOG_ERROR("Corrupt List: The list's head is NULL, but the size isn't zero. Size:%d",
-              list->size);
-    return 0;
-  }
-  if (list->size == 0) {
-    LOG_ERROR("Corrupt List: The list's size is zero, but the head isn't NULL. HeadPtr:%p",
-              static_cast<void *>(list->head));
-    return 0;
-  }
-  // The counter stops the walk once it reaches the size, so a cycle ends too.
-  int32_t count = 0;
-  for (ll_entry_t *entry = list->head; entry != nullptr;) {
-    if (entry->list == nullptr) {
-      LOG_BUG("Corrupt List: An entry's list attribute is set to NULL. Ptr:%p",
-              static_cast<void *>(entry->list));
-      return 0;
-    }
-    if (entry->type_code != list->type_code) {
-      LOG_BUG("Corrupt List: An entry's type does not match the lists. Count:%d", count);
-      return 0;
-    }
-    ++count;
-    ll_entry_t *next = entry->next;
-    if (count >= list->size || next == nullptr) {
-      if (next == nullptr && count == list->size) return 1;
-      if (next == nullptr && count < list->size) {
-        // The labels stand in the opposite order to the values.
-        LOG_ERROR(
-            "Corrupt List: Either the list's size doesn't match the number of entries. "
-            "ListSize:%d Counted:%d",
-            count, list->size);
-      } else {
-        LOG_ERROR(
-            "Corrupt List: Either the list is the wrong size or the final entry is not "
-            "NULL. Counted=%d Len=%d NextPtr=%p",
-            count, list->size, static_cast<void *>(next));
-      }
-      return 0;
-    }
-    entry = next;
-  }
-  return 0;  // not reached: the walk returns at its last entry
+  return integrity(list, nullptr);
 }
 
 uint8_t ll_copy_list(ll_list_t *src_list, ll_list_t *dst_list, uint32_t size) {

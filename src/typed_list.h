@@ -25,6 +25,7 @@
 #include "diagnostics.h"
 #include "edid_decode_encode.h"
 #include "linked_list.h"
+#include "linked_list_internal.h"
 
 namespace edc {
 
@@ -46,6 +47,28 @@ inline constexpr const char *type_name<int32_t> = "int";
 
 template <typename T>
 concept list_element = (type_name<T> != nullptr);
+
+// The type codes of the names, computed when the library is compiled.
+template <list_element T>
+inline constexpr uint32_t type_code_of = type_code(type_name<T>);
+
+// A list's element type as tables of lists hold it: its name and code.
+struct list_type {
+  const char *name;
+  uint32_t code;
+};
+template <list_element T>
+inline constexpr list_type list_type_of = {type_name<T>, type_code_of<T>};
+
+inline uint8_t init_list(ll_list_t *list, const list_type &type) {
+  return init_list(list, type.name, type.code);
+}
+
+// A list of T made ready (ll_init).
+template <list_element T>
+uint8_t init_list_of(ll_list_t *list) {
+  return init_list(list, type_name<T>, type_code_of<T>);
+}
 
 // The texts of a failed insertion; they differ between the library's lists.
 struct insertion_messages {
@@ -69,7 +92,8 @@ T *insert_filled(ll_list_t *list, list_end end, const report_site &site, Fill &&
                  const insertion_messages &messages = kInsertionMessages) {
   ll_entry_t *entry = nullptr;
   void *data = nullptr;
-  if (!ll_create_entry(static_cast<int32_t>(sizeof(T)), &entry, &data, type_name<T>)) {
+  if (!create_entry(static_cast<int32_t>(sizeof(T)), &entry, &data, type_name<T>,
+                    type_code_of<T>)) {
     report(site, "ERROR", "%s", messages.create_failed);
     return nullptr;
   }
@@ -154,7 +178,7 @@ template <list_element T>
 elements<T> checked_elements(ll_list_t *list, const char *list_name, const report_site &site) {
   if (list == nullptr) {
     report(site, "BUG", "The list:%s of type:%s is NULL.", list_name, type_name<T>);
-  } else if (!ll_verify_list_type(list, type_name<T>)) {
+  } else if (!list_has_type(list, type_name<T>, type_code_of<T>)) {
     report(site, "ERROR", "The list types don't match.%s", "");
   }
   return elements<T>(list);

@@ -737,26 +737,26 @@ namespace {
 // element type each holds and the bug reported when it fails.
 struct platform_list {
   ll_list_t platform_values_t::*list;
-  const char *type;
+  edc::list_type type;
   const char *init_failure;
   const char *removal_failure;
 };
 constexpr platform_list kPlatformLists[] = {
-    {&platform_values_t::audio_list, edc::type_name<int32_t>,
+    {&platform_values_t::audio_list, edc::list_type_of<int32_t>,
      "Failed to initialize the platform values audio_list", "Failed removing platform audio_list"},
-    {&platform_values_t::video_50_priority, edc::type_name<short_video_desc_t>,
+    {&platform_values_t::video_50_priority, edc::list_type_of<short_video_desc_t>,
      "Failed to initialize the platform values video_50_priority",
      "Failed removing platform video_50_priority"},
-    {&platform_values_t::video_50_additional, edc::type_name<short_video_desc_t>,
+    {&platform_values_t::video_50_additional, edc::list_type_of<short_video_desc_t>,
      "Failed to initialize the platform values video_50_additional",
      "Failed removing platform video_50_additional"},
-    {&platform_values_t::video_60_priority, edc::type_name<short_video_desc_t>,
+    {&platform_values_t::video_60_priority, edc::list_type_of<short_video_desc_t>,
      "Failed to initialize the platform values video_60_priority",
      "Failed removing platform video_60_priority"},
-    {&platform_values_t::video_60_additional, edc::type_name<short_video_desc_t>,
+    {&platform_values_t::video_60_additional, edc::list_type_of<short_video_desc_t>,
      "Failed to initialize the platform values video_60_additional",
      "Failed removing platform video_60_additional"},
-    {&platform_values_t::std_timings, edc::type_name<std_timing_t>,
+    {&platform_values_t::std_timings, edc::list_type_of<std_timing_t>,
      "Failed to initialize the platform values standard timings",
      "Failed removing platform values standard timings"},
 };
@@ -769,7 +769,7 @@ bool platform_values_init(platform_values_t *platform_values) {
   if (!edc::argument_present(platform_values, "platform_values", EDC_HERE)) return false;
   memset(platform_values, 0, sizeof *platform_values);
   for (const platform_list &entry : kPlatformLists) {
-    if (!ll_init(&(platform_values->*entry.list), entry.type)) {
+    if (!edc::init_list(&(platform_values->*entry.list), entry.type)) {
       LOG_BUG("%s", entry.init_failure);
       return false;
     }
