@@ -171,7 +171,7 @@ bool _get_generic_platform_list(const char *list_name, bool is_int, void *user_p
   constexpr int32_t kNoSuchNode = 2;
   constexpr int32_t kNoChildren = 2;
   char path[kListPathSize];
-  snprintf(path, sizeof path, "%s%s", edc::kConfigRoot, list_name);
+  edc::config_path(path, list_name);
   uint32_t node = 0;
   if (config_node_find(0, path, &node) == kNoSuchNode) {
     LOG_ERROR("Unabled to find the platform node:%s.\n", path);
@@ -470,8 +470,10 @@ constexpr const char kReadPlatformValues[] = "_read_platform_values";
 // Reads the audio entries into the record's list; false when one could not be stored.
 bool read_audio_entries(platform_values_t *values) {
   for (char letter = 'a'; letter <= 'z'; ++letter) {
+    char key[] = "audio.entry_?";
+    key[sizeof key - 2] = letter;
     char path[kAudioPathSize];
-    snprintf(path, sizeof path, "%saudio.entry_%c", edc::kConfigRoot, letter);
+    edc::config_path(path, key);
     int32_t descriptor = 0;
     if (config_get_int(0, path, &descriptor) != 0) continue;  // letters may be left out
     if (edc::append_copy(&values->audio_list, descriptor, EDC_HERE_AS(kReadPlatformValues)) ==

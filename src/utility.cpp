@@ -32,11 +32,6 @@ namespace {
 // is cut silently).
 constexpr size_t kPathSize = 256;
 
-void full_path(char (&path)[kPathSize], const char *key) {
-  snprintf(path, sizeof path, "%s%s", edc::kConfigRoot, key != nullptr ? key : "");
-  path[kPathSize - 1] = '\0';
-}
-
 }  // namespace
 
 extern "C" {
@@ -44,7 +39,7 @@ extern "C" {
 bool get_pc_str(const char *key, char *buffer, uint32_t size, const char *default_val,
                 bool verbose) {
   char path[kPathSize];
-  full_path(path, key);
+  edc::config_path(path, key);
   if (buffer == nullptr) return false;
   if (config_get_str(0, path, buffer, size) == 0) return true;
   if (default_val == nullptr) default_val = "";
@@ -80,7 +75,7 @@ T read_number(const char *func, const char *key, T min, T max, T default_val, bo
     abort();
   }
   char path[kPathSize];
-  full_path(path, key);
+  edc::config_path(path, key);
   int32_t raw = 0;
   T value;
   if (config_get_int(0, path, &raw) != 0) {
