@@ -23,6 +23,11 @@ namespace {
 
 constexpr uint32_t kMagicXor = 0xA0A06060u;
 
+// The mark of an initialised head: its address XOR 0xA0A06060.
+uint32_t mark_of(const ll_list_t *list) {
+  return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(list)) ^ kMagicXor;
+}
+
 constexpr const char kLlVerifyIntegrity[] = "ll_verify_integrity";
 
 // The reports of a NULL argument, at the caller's site, in the wordings the
@@ -55,7 +60,7 @@ constexpr const char kLlVerifyIntegrity[] = "ll_verify_integrity";
 // walk.
 uint8_t integrity(ll_list_t *list, ll_entry_t **last) {
   if (list == nullptr) return null_argument(__LINE__, kLlVerifyIntegrity, "list");
-  const uint32_t expected = _get_magic_number(list);
+  const uint32_t expected = mark_of(list);
   if (list->magic != expected) {
     // The labels stand before the other value ("ExpectedMagic" shows the stored mark).
     LOG_ERROR_AS(kLlVerifyIntegrity,
@@ -80,43 +85,44 @@ uint8_t integrity(ll_list_t *list, ll_entry_t **last) {
     return 0;
   }
   // The counter stops the walk once it reaches the size, so a cycle ends too.
+  const uint32_t code = list->type_code;
+  const int32_t size = list->size;
   int32_t count = 0;
-  for (ll_entry_t *entry = list->head; entry != nullptr;) {
+  ll_entry_t *entry = list->head;
+  ll_entry_t *next = nullptr;
+  for (;;) {
     if (entry->list == nullptr) {
       LOG_BUG_AS(kLlVerifyIntegrity,
                  "Corrupt List: An entry's list attribute is set to NULL. Ptr:%p",
                  static_cast<void *>(entry->list));
       return 0;
     }
-    if (entry->type_code != list->type_code) {
+    if (entry->type_code != code) {
       LOG_BUG_AS(kLlVerifyIntegrity,
                  "Corrupt List: An entry's type does not match the lists. Count:%d", count);
       return 0;
     }
-    ++count;
-    ll_entry_t *next = entry->next;
-    if (count >= list->size || next == nullptr) {
-      if (next == nullptr && count == list->size) {
-        if (last != nullptr) *last = entry;
-        return 1;
-      }
-      if (next == nullptr && count < list->size) {
-        // The labels stand in the opposite order to the values.
-        LOG_ERROR_AS(kLlVerifyIntegrity,
-                     "Corrupt List: Either the list's size doesn't match the number of entries. "
-                     "ListSize:%d Counted:%d",
-                     count, list->size);
-      } else {
-        LOG_ERROR_AS(kLlVerifyIntegrity,
-                     "Corrupt List: Either the list is the wrong size or the final entry is not "
-                     "NULL. Counted=%d Len=%d NextPtr=%p",
-                     count, list->size, static_cast<void *>(next));
-      }
-      return 0;
-    }
+    next = entry->next;
+    if (++count >= size || next == nullptr) break;
     entry = next;
   }
-  return 0;  // not reached: the walk returns at its last entry
+  if (next == nullptr && count == size) {
+    if (last != nullptr) *last = entry;
+    return 1;
+  }
+  if (next == nullptr) {
+    // The labels stand in the opposite order to the values.
+    LOG_ERROR_AS(kLlVerifyIntegrity,
+                 "Corrupt List: Either the list's size doesn't match the number of entries. "
+                 "ListSize:%d Counted:%d",
+                 count, size);
+  } else {
+    LOG_ERROR_AS(kLlVerifyIntegrity,
+                 "Corrupt List: Either the list is the wrong size or the final entry is not "
+                 "NULL. Counted=%d Len=%d NextPtr=%p",
+                 count, size, static_cast<void *>(next));
+  }
+  return 0;
 }
 
 bool verify(ll_list_t *list, ll_entry_t **last = nullptr) {
@@ -142,7 +148,7 @@ constexpr const char kLlVerifyListType[] = "ll_verify_list_type";
 uint8_t edc::init_list(ll_list_t *list, const char *type, uint32_t code) {
   if (list == nullptr) return null_head(__LINE__, kLlInit);
   if (type == nullptr) return null_type(__LINE__, kLlInit);
-  if (list->magic == _get_magic_number(list)) {
+  if (list->magic == mark_of(list)) {
     LOG_ERROR_AS(kLlInit,
                  "List Corruption: This list has already been initialized. Ptr:%p MagicNum:%d",
                  static_cast<void *>(list), as_int(list->magic));
@@ -150,7 +156,7 @@ uint8_t edc::init_list(ll_list_t *list, const char *type, uint32_t code) {
   }
   list->size = 0;
   list->head = nullptr;
-  list->magic = _get_magic_number(list);
+  list->magic = mark_of(list);
   list->type_code = code;
   if (!verify(list)) {
     LOG_BUG_AS(kLlInit, "Failed verifying the integrity of the list.");
@@ -192,7 +198,7 @@ extern "C" {
 
 uint32_t _get_magic_number(ll_list_t *list) {
   if (list == nullptr) return null_head(__LINE__, __func__);
-  return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(list)) ^ kMagicXor;
+  return mark_of(list);
 }
 
 uint32_t _calculate_str_checksum(const char *type) {
@@ -201,7 +207,7 @@ uint32_t _calculate_str_checksum(const char *type) {
 
 uint8_t ll_is_initialized(ll_list_t *list) {
   if (list == nullptr) return null_head(__LINE__, __func__);
-  return list->magic == _get_magic_number(list) ? 1 : 0;
+  return list->magic == mark_of(list) ? 1 : 0;
 }
 
 uint8_t ll_verify_list_type(ll_list_t *list, const char *type) {
