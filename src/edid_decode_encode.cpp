@@ -107,10 +107,15 @@ struct named_pointer {
   const void *pointer;
   const char *name;
 };
-bool arguments_present(const char *func, std::initializer_list<named_pointer> arguments) {
+[[gnu::cold]] void report_missing(const char *func, const char *name) {
+  LOG_ERROR_AS(func, "Function called with %s set to NULL.", name);
+}
+// Inlined, so that on the decoding path it is a compare per argument.
+[[gnu::always_inline]] inline bool arguments_present(
+    const char *func, std::initializer_list<named_pointer> arguments) {
   for (const named_pointer &argument : arguments) {
     if (argument.pointer == nullptr) {
-      LOG_ERROR_AS(func, "Function called with %s set to NULL.", argument.name);
+      report_missing(func, argument.name);
       return false;
     }
   }
@@ -585,22 +590,18 @@ size_t decode_hdmi_presence_and_latency(byte_view block, uint32_t length, edid_t
 }
 
 // 3D_Structure_ALL and 3D_MASK: the structures given for all of the first 16
-// video formats that the mask selects. False when the video list failed,
-// which ends the 3D fields.
-bool apply_3d_structure_all(uint32_t structure_all, uint32_t mask, edid_t *edid) {
+// video formats that the mask selects.
+void apply_3d_structure_all(uint32_t structure_all, uint32_t mask, edid_t *edid) {
   uint32_t stereo = 0;
   for (unsigned bit = 0; bit < _3d_struct_all_array.size(); ++bit)
     if (has_bit(structure_all, bit)) stereo |= _3d_struct_all_array[bit];
-  const int32_t formats = ll_size(&edid->video_list);
-  for (int32_t i = 0; i < formats && i < kMax3dFormats; ++i) {
-    auto *format = edc::element_at<short_video_desc_t>(&edid->video_list, i);
-    if (format == nullptr) {
-      LOG_ERROR_AS(kDecodeVendorBlock, "Failed reading from an linked list. index:%d", i);
-      return false;
-    }
-    if (has_bit(mask, static_cast<unsigned>(i))) format->stereo |= stereo;
+  // The list is verified once and then walked: a fetch by index for each of
+  // the 16 formats would walk it again each time.
+  int32_t i = 0;
+  for (short_video_desc_t *format : edc::elements<short_video_desc_t>(&edid->video_list)) {
+    if (i >= kMax3dFormats) break;
+    if (has_bit(mask, static_cast<unsigned>(i++))) format->stereo |= stereo;
   }
-  return true;
 }
 
 // The per-format 3D entries in [begin, end): bits 7-4 2D_VIC_order, 3-0
@@ -677,7 +678,7 @@ void decode_hdmi_video(byte_view block, size_t video, edid_t *edid) {
     mask = static_cast<uint32_t>(block[at + 2]) << 8 | block[at + 3];
     read = 4;
   }
-  if (!apply_3d_structure_all(structure_all, mask, edid)) return;
+  apply_3d_structure_all(structure_all, mask, edid);
   apply_3d_entries(block, at + read, at + length_3d, edid);
 }
 
