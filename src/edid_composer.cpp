@@ -392,12 +392,14 @@ bool select_video_modes(edid_t *edid, hdmi_mode_t *current_mode, ll_list_t *vali
 
   // The priority list's order; every valid mode of a priority VIC adds the
   // 3D structures both sides support. Native flags are not carried over.
+  // The valid modes are checked once and walked for each priority entry.
+  const auto offered_modes =
+      edc::checked_elements<short_video_desc_t>(valid, "vic_list", EDC_HERE_AS(kFilterVideoModes));
   for (const short_video_desc_t *wanted :
        edc::checked_elements<short_video_desc_t>(master, "list", EDC_HERE_AS(kFilterVideoModes))) {
     short_video_desc_t selected = {0, 0, 0};
     bool found = false;
-    for (const short_video_desc_t *offered : edc::checked_elements<short_video_desc_t>(
-             valid, "vic_list", EDC_HERE_AS(kFilterVideoModes))) {
+    for (const short_video_desc_t *offered : offered_modes) {
       if (offered->vic != wanted->vic) continue;
       selected.vic = wanted->vic;
       selected.stereo |= wanted->stereo & offered->stereo;

@@ -111,15 +111,29 @@ uint32_t take_number(std::span<const char> text, size_t &pos) {
 }
 
 // The leading decimal number of a video mode entry, read as scanf's "%d"
-// reads it (blanks, sign, digits; the value cut to 32 bits as glibc does),
-// but without the undefined behaviour of a "%d" that overflows. Returns
-// false when there is no number; rest is set to what follows it.
+// reads it with glibc: blanks, a sign, digits, a value beyond 64 bits held at
+// the nearer limit and then cut to 32 bits; but without the undefined
+// behaviour of a "%d" that overflows. Returns false when there is no number;
+// rest is set to what follows it.
 bool take_leading_int(const char *text, int32_t &value, const char *&rest) {
-  char *end = nullptr;
-  const long long number = strtoll(text, &end, 10);
-  if (end == text) return false;
-  value = static_cast<int32_t>(static_cast<uint32_t>(static_cast<unsigned long long>(number)));
-  rest = end;
+  const char *p = text;
+  while (isspace(static_cast<unsigned char>(*p)) != 0) ++p;
+  const bool negative = *p == '-';
+  if (*p == '-' || *p == '+') ++p;
+  if (*p < '0' || *p > '9') return false;
+  const uint64_t limit = negative ? uint64_t{1} << 63 : (uint64_t{1} << 63) - 1;
+  uint64_t magnitude = 0;
+  bool overflow = false;
+  for (; *p >= '0' && *p <= '9'; ++p) {
+    const auto digit = static_cast<uint64_t>(*p - '0');
+    if (magnitude > (limit - digit) / 10)
+      overflow = true;
+    else
+      magnitude = magnitude * 10 + digit;
+  }
+  if (overflow) magnitude = limit;
+  value = static_cast<int32_t>(static_cast<uint32_t>(negative ? 0 - magnitude : magnitude));
+  rest = p;
   return true;
 }
 
