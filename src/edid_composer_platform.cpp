@@ -3,7 +3,6 @@
 #include <strings.h>
 
 #include <array>
-#include <cctype>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -110,6 +109,11 @@ uint32_t take_number(std::span<const char> text, size_t &pos) {
   return number;
 }
 
+// A blank as isspace() sees one in the C locale, without a call per character.
+constexpr bool is_blank(char c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
 // The leading decimal number of a video mode entry, read as scanf's "%d"
 // reads it with glibc: blanks, a sign, digits, a value beyond 64 bits held at
 // the nearer limit and then cut to 32 bits; but without the undefined
@@ -117,7 +121,7 @@ uint32_t take_number(std::span<const char> text, size_t &pos) {
 // rest is set to what follows it.
 bool take_leading_int(const char *text, int32_t &value, const char *&rest) {
   const char *p = text;
-  while (isspace(static_cast<unsigned char>(*p)) != 0) ++p;
+  while (is_blank(*p)) ++p;
   const bool negative = *p == '-';
   if (*p == '-' || *p == '+') ++p;
   if (*p < '0' || *p > '9') return false;
@@ -144,13 +148,12 @@ constexpr size_t kWordSize = 10;  // nine characters and a NUL
 using mode_words = char[3][kWordSize];
 
 int take_words(const char *text, mode_words &words) {
-  const auto blank = [](char c) { return isspace(static_cast<unsigned char>(c)) != 0; };
   int count = 0;
   for (const char *p = text; count < 3; ++count) {
-    while (*p != '\0' && blank(*p)) ++p;
+    while (*p != '\0' && is_blank(*p)) ++p;
     if (*p == '\0') break;
     size_t length = 0;
-    while (*p != '\0' && !blank(*p) && length < kWordSize - 1) words[count][length++] = *p++;
+    while (*p != '\0' && !is_blank(*p) && length < kWordSize - 1) words[count][length++] = *p++;
     words[count][length] = '\0';
   }
   return count;
@@ -191,16 +194,17 @@ bool _get_generic_platform_list(const char *list_name, bool is_int, void *user_p
     LOG_ERROR("Unabled to find the platform node:%s.\n", path);
     return true;
   }
-  print_platform_node(node, "\tRoot Node");
+  const bool tracing = debug_enabled();  // the node names are looked up only then
+  if (tracing) print_platform_node(node, "\tRoot Node");
   uint32_t child = 0;
   if (config_node_first_child(node, &child) == kNoChildren) return true;
 
   char name[kNodeNameSize] = {};
   char value[kValueSize] = {};
   int32_t number = -1;
-  print_platform_node(child, "\tFirst Child Node");
+  if (tracing) print_platform_node(child, "\tFirst Child Node");
   do {
-    print_platform_node(child, "\tNext Node");
+    if (tracing) print_platform_node(child, "\tNext Node");
     config_node_get_name(child, name, sizeof name);
     // A fresh buffer for each child: no characters of a longer earlier value
     // may follow a shorter one.
