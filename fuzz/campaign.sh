@@ -24,6 +24,12 @@ corpus=$build/corpus/$target findings=$build/findings/$target logs=$build/logs/$
 mkdir -p "$corpus" "$findings" "$logs"
 rm -f "$logs"/*.log
 seeds=("fuzz/seeds/$target")
+# Inputs no longer than real ones: an EDID of up to four blocks, a
+# configuration text of a couple of kilobytes.
+max_len=2048
+case $target in
+  decode_fuzz | dump_fuzz | edid_input_fuzz) max_len=1024 ;;
+esac
 case $target in
   decode_fuzz | dump_fuzz | edid_input_fuzz) seeds+=(tests/corpus/edid) ;;
   compose_fuzz)
@@ -41,7 +47,7 @@ case $target in
 esac
 
 (cd "$logs" && UBSAN_OPTIONS=halt_on_error=1 "../../fuzz/$target" -max_total_time="$seconds" \
-   -jobs="$jobs" -workers="$jobs" -close_fd_mask=3 -print_final_stats=1 \
+   -jobs="$jobs" -workers="$jobs" -max_len="$max_len" -close_fd_mask=3 -print_final_stats=1 \
    -artifact_prefix="$(realpath "../../findings/$target")/" \
    "$(realpath "../../corpus/$target")" "${seeds[@]/#/$OLDPWD/}" >/dev/null 2>&1) || true
 
