@@ -2,29 +2,70 @@
 // integrators.
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <cstring>
+#include <functional>
 #include <string>
 
+#include "command.h"
+#include "compare_command.h"
+#include "compose_command.h"
 #include "dump_command.h"
 #include "version.h"
 
+namespace {
+
+struct Command {
+  const char *name;
+  const char *description;
+  std::function<void(CLI::App &)> add_options;
+  std::function<int()> run;
+};
+
+// The command the command line names: its first word that is not an option.
+// Only that command's options are registered, which keeps start-up short.
+const char *NamedCommand(int argc, char **argv) {
+  for (int i = 1; i < argc; ++i)
+    if (argv[i][0] != '-') return argv[i];
+  return "";
+}
+
+}  // namespace
+
 int main(int argc, char **argv) {
-  CLI::App app{"edid-composer: decode and print HDMI EDIDs", "edid-composer"};
+  using namespace edc_tool;
+  CLI::App app{"edid-composer: compose, compare and print HDMI EDIDs", "edid-composer"};
   app.set_version_flag("--version", std::string(gVersion),
                        "Print the library's build banner and exit");
   app.require_subcommand(0, 1);
 
-  edc_tool::DumpOptions dump_options;
-  CLI::App *dump = edc_tool::AddDumpCommand(app, dump_options);
+  DumpOptions dump;
+  ComposeOptions compose;
+  CompareOptions compare;
+  const Command commands[] = {
+      {"compose", "Compose the device's EDID from a television's EDID and a configuration",
+       [&](CLI::App &c) { AddComposeOptions(c, compose); }, [&] { return RunCompose(compose); }},
+      {"compare", "Show two EDIDs side by side, one row per capability",
+       [&](CLI::App &c) { AddCompareOptions(c, compare); }, [&] { return RunCompare(compare); }},
+      {"dump", "Print an EDID as text or JSON", [&](CLI::App &c) { AddDumpOptions(c, dump); },
+       [&] { return RunDump(dump); }},
+  };
+  const char *named = NamedCommand(argc, argv);
+  CLI::App *subcommands[std::size(commands)];
+  for (size_t i = 0; i < std::size(commands); ++i) {
+    subcommands[i] = app.add_subcommand(commands[i].name, commands[i].description);
+    if (strcmp(named, commands[i].name) == 0) commands[i].add_options(*subcommands[i]);
+  }
 
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError &e) {
-    // --help and --version end here with status 0; usage errors print their
-    // reason on standard error and end with the status of unusable input.
-    const int status = app.exit(e);
-    return status == 0 ? 0 : edc_tool::kExitUnusableInput;
+    // --help and --version end here with status 0; a usage error is one line
+    // on standard error and the status of unusable input.
+    if (e.get_exit_code() == 0) return app.exit(e);
+    return Refuse("usage", e.what());
   }
-  if (dump->parsed()) return edc_tool::RunDump(dump_options);
+  for (size_t i = 0; i < std::size(commands); ++i)
+    if (subcommands[i]->parsed()) return commands[i].run();
   fputs(app.help().c_str(), stdout);
-  return 0;
+  return kExitOk;
 }

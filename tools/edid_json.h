@@ -1,0 +1,22 @@
+// The JSON form of a decoded EDID record, shared by "dump --json" and
+// "compare --json". Keys are the record's field names (edid_t and its element
+// types); a few keys beside them give names for the numbers (listed in the
+// README). Key order follows the record.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "edid_decode_encode.h"
+
+namespace edc_tool {
+
+using Json = nlohmann::ordered_json;
+
+Json EdidJson(const edid_t &edid);
+
+// The document as text: two-space indentation, a final line end; bytes of
+// the EDID's text fields that are not UTF-8 become U+FFFD.
+std::string JsonText(const Json &json);
+
+}  // namespace edc_tool
