@@ -47,11 +47,15 @@ int RunDump(const DumpOptions &options) {
     if (decoded) fputs(JsonText(EdidJson(edid.record())).c_str(), stdout);
     return decoded ? kExitOk : kExitLibraryFailed;
   }
-  // print_edid decodes again and reports on standard output itself; decoding
-  // is deterministic, so its outcome is the one above.
   const std::string title = options.title.empty() ? name : options.title;
-  print_edid(input.bytes.data(), static_cast<uint32_t>(input.bytes.size()), options.summary ? 1 : 0,
-             title.c_str());
+  if (decoded) {
+    fputs(diagnostics.c_str(), stdout);
+    print_edid_struct(&edid.record(), options.summary ? 1 : 0, title.c_str());
+  } else {
+    // print_edid decodes again and says, in its own lines, which block failed.
+    print_edid(input.bytes.data(), static_cast<uint32_t>(input.bytes.size()),
+               options.summary ? 1 : 0, title.c_str());
+  }
   fflush(stdout);
   return decoded ? kExitOk : kExitLibraryFailed;
 }

@@ -1,6 +1,7 @@
 // edid-composer: command-line front end of the library for test engineers and
 // integrators.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <functional>
@@ -21,8 +22,8 @@ struct Command {
   std::function<int()> run;
 };
 
-// The command the command line names: its first word that is not an option.
-// Only that command's options are registered, which keeps start-up short.
+// The command the command line names: its first word that is not an option
+// ("" for none).
 const char *NamedCommand(int argc, char **argv) {
   for (int i = 1; i < argc; ++i)
     if (argv[i][0] != '-') return argv[i];
@@ -49,11 +50,17 @@ int main(int argc, char **argv) {
       {"dump", "Print an EDID as text or JSON", [&](CLI::App &c) { AddDumpOptions(c, dump); },
        [&] { return RunDump(dump); }},
   };
+  // Building the parser costs more than a dump itself, so only the command
+  // named gets registered, with its options; the others are needed only to
+  // list them (--help) or to refuse an unknown word.
   const char *named = NamedCommand(argc, argv);
-  CLI::App *subcommands[std::size(commands)];
+  const bool known = std::any_of(std::begin(commands), std::end(commands),
+                                 [&](const Command &c) { return strcmp(named, c.name) == 0; });
+  CLI::App *subcommands[std::size(commands)] = {};
   for (size_t i = 0; i < std::size(commands); ++i) {
+    if (known && strcmp(named, commands[i].name) != 0) continue;
     subcommands[i] = app.add_subcommand(commands[i].name, commands[i].description);
-    if (strcmp(named, commands[i].name) == 0) commands[i].add_options(*subcommands[i]);
+    if (known) commands[i].add_options(*subcommands[i]);
   }
 
   try {
@@ -65,7 +72,7 @@ int main(int argc, char **argv) {
     return Refuse("usage", e.what());
   }
   for (size_t i = 0; i < std::size(commands); ++i)
-    if (subcommands[i]->parsed()) return commands[i].run();
+    if (subcommands[i] != nullptr && subcommands[i]->parsed()) return commands[i].run();
   fputs(app.help().c_str(), stdout);
   return kExitOk;
 }
