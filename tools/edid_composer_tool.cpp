@@ -51,11 +51,14 @@ int main(int argc, char **argv) {
        [&] { return RunDump(dump); }},
   };
   // Building the parser costs more than a dump itself, so only the command
-  // named gets registered, with its options; the others are needed only to
-  // list them (--help) or to refuse an unknown word.
+  // named is registered, with its options. Without one, every command is
+  // registered, without options, for --help to list.
   const char *named = NamedCommand(argc, argv);
   const bool known = std::any_of(std::begin(commands), std::end(commands),
                                  [&](const Command &c) { return strcmp(named, c.name) == 0; });
+  if (!known && named[0] != '\0')
+    return Refuse("usage",
+                  "\"" + std::string(named) + "\" is not a command: compose, compare or dump");
   CLI::App *subcommands[std::size(commands)] = {};
   for (size_t i = 0; i < std::size(commands); ++i) {
     if (known && strcmp(named, commands[i].name) != 0) continue;

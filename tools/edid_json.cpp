@@ -7,6 +7,22 @@ namespace edc_tool {
 
 namespace {
 
+// A text field of the record. The standard's texts are ASCII; any other byte
+// becomes the character of the same number (Latin-1), so that every byte
+// survives in the UTF-8 of JSON.
+std::string Text(const std::string &bytes) {
+  std::string utf8;
+  for (unsigned char c : bytes) {
+    if (c < 0x80) {
+      utf8 += static_cast<char>(c);
+    } else {
+      utf8 += static_cast<char>(0xC0 | (c >> 6));
+      utf8 += static_cast<char>(0x80 | (c & 0x3F));
+    }
+  }
+  return utf8;
+}
+
 Json StandardTiming(const std_timing_t &timing) {
   return {{"h_active", timing.h_active},
           {"aspect_ratio", timing.aspect_ratio},
@@ -73,7 +89,7 @@ Json EdidJson(const edid_t &e) {
     hdmi_vics.push_back({{"vic", vic}, {"name", hdmi_vic_string(static_cast<int32_t>(vic))}});
   return {
       {"valid", e.valid != 0},
-      {"manufacturer_id", FieldText(e.manufacturer_id)},
+      {"manufacturer_id", Text(FieldText(e.manufacturer_id))},
       {"product_id", e.product_id},
       {"serial", e.serial},
       {"week", e.week},
@@ -104,9 +120,9 @@ Json EdidJson(const edid_t &e) {
       {"established_timing_names", EstablishedTimingNames(e)},
       {"std_timings", List<std_timing_t>(e.std_timings, StandardTiming)},
       {"dtd_list", List<detailed_timing_t>(e.dtd_list, DetailedTiming)},
-      {"monitor_serial", FieldText(e.monitor_serial)},
-      {"monitor_data", FieldText(e.monitor_data)},
-      {"monitor_name", FieldText(e.monitor_name)},
+      {"monitor_serial", Text(FieldText(e.monitor_serial))},
+      {"monitor_data", Text(FieldText(e.monitor_data))},
+      {"monitor_name", Text(FieldText(e.monitor_name))},
       {"min_v_rate", e.min_v_rate},
       {"max_v_rate", e.max_v_rate},
       {"min_h_rate", e.min_h_rate},
@@ -150,7 +166,7 @@ Json EdidJson(const edid_t &e) {
 }
 
 std::string JsonText(const Json &json) {
-  return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+  return json.dump(2) + "\n";
 }
 
 }  // namespace edc_tool

@@ -15,8 +15,9 @@ using Json = nlohmann::ordered_json;
 
 Json EdidJson(const edid_t &edid);
 
-// The document as text: two-space indentation, a final line end; bytes of
-// the EDID's text fields that are not UTF-8 become U+FFFD.
+// The document as text: two-space indentation, a final line end. The record's
+// text fields are ASCII by the standard; a byte above 0x7F is written as the
+// character U+0080..U+00FF of the same number.
 std::string JsonText(const Json &json);
 
 }  // namespace edc_tool

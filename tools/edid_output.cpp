@@ -42,7 +42,9 @@ std::string HexText(const std::vector<uint8_t> &bytes) {
 
 std::string CArrayText(const std::vector<uint8_t> &bytes, const std::string &comment_text) {
   constexpr size_t kPerLine = 8;
-  std::string text = "/* " + comment_text + " */\n";
+  std::string comment = comment_text;  // a "*/" inside would end the comment early
+  for (size_t at; (at = comment.find("*/")) != std::string::npos;) comment.replace(at, 2, "* /");
+  std::string text = "/* " + comment + " */\n";
   text += "const unsigned char edid[" + std::to_string(bytes.size()) + "] = {\n";
   for (size_t i = 0; i < bytes.size(); ++i) {
     if (i % kPerLine == 0) text += "   ";
