@@ -1,9 +1,9 @@
 // Two EDIDs from arbitrary bytes (the input split in two, each rounded down
 // to whole blocks) through the JSON form of dump --json and the rows and
-// text of compare: the JSON text must parse, whatever the records hold.
+// text of compare. Whatever the records' texts hold, the JSON text must be
+// UTF-8: nlohmann-json throws, and the run stops, on anything else.
 #include <cstddef>
 #include <cstdint>
-#include <nlohmann/json.hpp>
 #include <vector>
 
 #include "compare_command.h"
@@ -30,10 +30,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   std::string diagnostics;
   for (int side = 0; side < 2; ++side) edids[side].Decode(inputs[side], diagnostics);
 
-  for (const auto &edid : edids) {
-    const std::string text = edc_tool::JsonText(edc_tool::EdidJson(edid.record()));
-    if (nlohmann::json::parse(text, nullptr, false).is_discarded()) __builtin_trap();
-  }
+  for (const auto &edid : edids)
+    if (edc_tool::JsonText(edc_tool::EdidJson(edid.record())).empty()) __builtin_trap();
   const auto rows = edc_tool::CompareRows(edids[0].record(), edids[1].record());
   if (edc_tool::CompareText(rows, "a", "b").empty()) __builtin_trap();
   return 0;
