@@ -3,6 +3,7 @@
 // (real televisions with a CEA-861 extension), read once.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <fstream>
 #include <sstream>
@@ -16,8 +17,10 @@ inline std::vector<uint8_t> ReadBytes(const std::string &path) {
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-// The manifest's first column is the file, its fifth the class.
-inline std::vector<std::vector<uint8_t>> CorpusTelevisions(const std::string &corpus_dir) {
+// The manifest's first column is the file, its fifth the class; an empty
+// class list takes every EDID.
+inline std::vector<std::vector<uint8_t>> CorpusEdids(const std::string &corpus_dir,
+                                                     const std::vector<std::string> &classes) {
   std::vector<std::vector<uint8_t>> edids;
   std::ifstream manifest(corpus_dir + "/MANIFEST.tsv");
   std::string line;
@@ -27,10 +30,14 @@ inline std::vector<std::vector<uint8_t>> CorpusTelevisions(const std::string &co
     std::string file, column, klass;
     std::getline(fields, file, '\t');
     for (int i = 0; i < 4; ++i) std::getline(fields, klass, '\t');
-    if (klass == "tv" || klass == "hdmi3d")
+    if (classes.empty() || std::find(classes.begin(), classes.end(), klass) != classes.end())
       edids.push_back(ReadBytes(corpus_dir + "/edid/" + file));
   }
   return edids;
+}
+
+inline std::vector<std::vector<uint8_t>> CorpusTelevisions(const std::string &corpus_dir) {
+  return CorpusEdids(corpus_dir, {"tv", "hdmi3d"});
 }
 
 }  // namespace edc_bench

@@ -6,6 +6,7 @@
 
 #include "config_store.h"
 #include "linked_list.h"
+#include "typed_list.h"
 #include "utility.h"
 
 namespace {
@@ -18,13 +19,7 @@ void BM_ListBuild(benchmark::State &state) {
     ll_list_t list;
     memset(&list, 0, sizeof list);
     ll_init(&list, "int");
-    for (int i = 0; i < n; ++i) {
-      ll_entry_t *entry = nullptr;
-      void *data = nullptr;
-      ll_create_entry(sizeof(int), &entry, &data, "int");
-      *static_cast<int *>(data) = i;
-      ll_add_entry_to_back(&list, entry);
-    }
+    for (int32_t i = 0; i < n; ++i) edc::append_copy(&list, i, EDC_HERE);
     benchmark::DoNotOptimize(ll_size(&list));
     ll_delete_list(&list);
   }

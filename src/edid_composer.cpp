@@ -909,11 +909,14 @@ physical_address_t source_address(const edid_t &sink, uint8_t port, bool is_tv) 
                  tv.c, tv.d);
     return kNoAddress;
   }
+  // The port takes the first zero nibble; the nibbles after it are 0.
+  physical_address_t address = {tv.a, 0, 0, 0};
   for (const address_slot &slot : kAddressSlots) {
-    if (tv.*slot.nibble != 0) continue;
-    physical_address_t address = tv;
+    if (tv.*slot.nibble != 0) {
+      address.*slot.nibble = tv.*slot.nibble;
+      continue;
+    }
     address.*slot.nibble = port;
-    // The nibbles after the port's are 0 already: the first zero was found.
     LOG_TRACE_AS(kPopulateNewEdid, slot.trace, port, address.a, address.b, address.c, address.d);
     return address;
   }

@@ -6,7 +6,15 @@
 //   edc_perf compose CORPUS_DIR PLATFORM_TOML
 // Prints the number of EDIDs on standard error; the library's own lines go
 // to standard output.
+//
+// And the soak: every corpus EDID composed ROUNDS times in one process with
+// one configuration, printing the peak resident set size after the first
+// round and every tenth of the way, which must stay flat:
+//   edc_perf soak CORPUS_DIR PLATFORM_TOML ROUNDS
+#include <sys/resource.h>
+
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -37,10 +45,37 @@ extern "C" __attribute__((noinline)) void edc_perf_compose(const Edids &edids) {
     compose_edid(bytes.data(), static_cast<int32_t>(bytes.size()), out, sizeof out, &cfg);
 }
 
+// Peak resident set size so far, in KiB.
+long PeakRssKib() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_maxrss;
+}
+
+int Soak(const char *corpus_dir, long rounds) {
+  const Edids edids = edc_bench::CorpusEdids(corpus_dir, {});
+  long first = 0;
+  for (long round = 1; round <= rounds; ++round) {
+    edc_perf_compose(edids);
+    if (round == 1) first = PeakRssKib();
+    if (round == 1 || round % (rounds / 10 > 0 ? rounds / 10 : 1) == 0)
+      fprintf(stderr, "round %ld: %zu compositions, peak RSS %ld KiB\n", round,
+              static_cast<size_t>(round) * edids.size(), PeakRssKib());
+  }
+  const long last = PeakRssKib();
+  fprintf(stderr, "peak RSS after round 1: %ld KiB, after round %ld: %ld KiB (%s)\n", first, rounds,
+          last, last == first ? "flat" : "GREW");
+  return last == first ? 0 : 1;
+}
+
 int main(int argc, char **argv) {
   if (argc < 3) {
     fprintf(stderr, "usage: edc_perf decode|compose CORPUS_DIR [PLATFORM_TOML]\n");
     return 2;
+  }
+  if (strcmp(argv[1], "soak") == 0 && argc == 5) {
+    if (config_store_load_file(argv[3]) != 0) return 2;
+    return Soak(argv[2], strtol(argv[4], nullptr, 10));
   }
   const Edids edids = edc_bench::CorpusTelevisions(argv[2]);
   if (strcmp(argv[1], "decode") == 0) {

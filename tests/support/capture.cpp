@@ -95,7 +95,7 @@ ScopedConfig::~ScopedConfig() { config_store_clear(); }
 
 std::string CorpusDir() { return EDC_CORPUS_DIR; }
 
-std::vector<unsigned char> ReadFile(const std::string &path) {
+Bytes ReadFile(const std::string &path) {
   std::ifstream in(path, std::ios::binary);
   EXPECT_TRUE(in.good()) << "cannot open " << path;
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};

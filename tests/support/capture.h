@@ -6,11 +6,15 @@
 //   "msg \t\t\tll_init():42"                    ->  "msg \t\t\tll_init()"
 #pragma once
 
+#include <cstdint>
+#include <cstdio>
 #include <functional>
 #include <string>
 #include <vector>
 
 namespace edc_test {
+
+using Bytes = std::vector<uint8_t>;
 
 // Runs fn with standard output redirected and returns what it printed.
 std::string CaptureStdout(const std::function<void()> &fn);
@@ -52,10 +56,18 @@ class ScopedConfig {
   ScopedConfig &operator=(const ScopedConfig &) = delete;
 };
 
+// printf into a string of at most 255 characters.
+template <typename... Args>
+std::string Format(const char *format, Args... args) {
+  char text[256];
+  snprintf(text, sizeof text, format, args...);
+  return text;
+}
+
 // Directory of the real EDID corpus (tests/corpus).
 std::string CorpusDir();
 
 // Reads a whole file as bytes; fails the test when it cannot.
-std::vector<unsigned char> ReadFile(const std::string &path);
+Bytes ReadFile(const std::string &path);
 
 }  // namespace edc_test

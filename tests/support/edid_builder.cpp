@@ -10,25 +10,9 @@
 #include <span>
 #include <sstream>
 
-#include "golden.h"
+#include "typed_list.h"
 
 namespace edc_test {
-
-std::string CorpusEntry::FirstOdd(const std::string &reasons) const {
-  std::istringstream in(reasons);
-  std::string reason;
-  while (in >> reason && odd.find("," + reason + ",") == std::string::npos) reason.clear();
-  return reason;
-}
-
-std::vector<CorpusEntry> ReadCorpusManifest() {
-  std::vector<CorpusEntry> entries;
-  for (const auto &row : ReadTable("../corpus/MANIFEST.tsv"))  // with its heading, "file ..."
-    if (row.size() > 10 && row[0] != "file")
-      entries.push_back({row[0], std::stoi(row[2]), "," + row[10] + ","});
-  EXPECT_GT(entries.size(), 1000u) << "corpus manifest missing or short";
-  return entries;
-}
 
 PreparedEdid::PreparedEdid() {
   memset(&edid, 0, sizeof edid);
@@ -144,8 +128,8 @@ std::vector<std::string> RecordLines(edid_t *edid, bool set_fields_only) {
       lines.push_back(f.name + values);
   }
   for (const ListRef &l : kLists)
-    for (int32_t i = 0; ll_is_initialized(&(edid->*l.list)) && i < ll_size(&(edid->*l.list)); ++i)
-      if (void *data = nullptr; ll_entry_at(&(edid->*l.list), i, &data))
+    if (ll_is_initialized(&(edid->*l.list)))
+      for (const uint8_t *data : edc::elements<uint8_t>(&(edid->*l.list)))
         lines.push_back(l.name + Load(data, l.fields));
   return lines;
 }

@@ -1,27 +1,14 @@
-// EDID records for tests: the corpus manifest, records written and read as
-// text lines, prepared records that clean up after themselves.
+// EDID records for tests: records written and read as text lines, prepared
+// records that clean up after themselves.
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <vector>
 
 #include "edid_decode_encode.h"
 
 namespace edc_test {
-
-using Bytes = std::vector<uint8_t>;
-
-// One row of the corpus manifest (tests/corpus/MANIFEST.tsv).
-struct CorpusEntry {
-  std::string file;  // name in tests/corpus/edid/
-  int blocks = 0;
-  std::string odd;  // reasons for the odd class: ",version,analog,"
-  // The first of reasons ("version analog") that the entry has, or "".
-  std::string FirstOdd(const std::string &reasons) const;
-};
-std::vector<CorpusEntry> ReadCorpusManifest();
 
 // Fills a record from text, one field a line: "week 12", "speaker 0x4F 1 0",
 // "monitor_name \"EDC  \"" (quotes keep blanks; a text fills its whole
@@ -42,22 +29,5 @@ struct PreparedEdid {
   PreparedEdid &operator=(const PreparedEdid &) = delete;
   edid_t edid;
 };
-
-// printf into a string of at most 255 characters.
-template <typename... Args>
-std::string Format(const char *format, Args... args) {
-  char text[256];
-  snprintf(text, sizeof text, format, args...);
-  return text;
-}
-
-// The elements of a record list, copied out in order.
-template <typename T>
-std::vector<T> Elements(ll_list_t *list) {
-  std::vector<T> out;
-  for (int32_t i = 0; i < ll_size(list); ++i)
-    if (void *data = nullptr; ll_entry_at(list, i, &data)) out.push_back(*static_cast<T *>(data));
-  return out;
-}
 
 }  // namespace edc_test

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <sstream>
 
 #include "capture.h"
 
@@ -40,23 +39,6 @@ void ExpectGolden(const std::string &name, const std::string &text) {
                 << (line < want.size() ? "\"" + want[line] + "\"" : "<end>")
                 << "\n  actual:   " << (line < got.size() ? "\"" + got[line] + "\"" : "<end>")
                 << "\n  (" << want.size() << " lines expected, " << got.size() << " produced)";
-}
-
-std::vector<std::vector<std::string>> ReadTable(const std::string &name) {
-  const std::string path = std::string(EDC_TESTS_DIR) + "/data/" + name;
-  std::ifstream in(path);
-  EXPECT_TRUE(in.good()) << "missing " << path;
-  std::vector<std::vector<std::string>> rows;
-  std::string line;
-  while (std::getline(in, line)) {
-    if (line.empty() || line[0] == '#') continue;
-    std::vector<std::string> fields;
-    std::stringstream split(line);
-    std::string field;
-    while (std::getline(split, field, '\t')) fields.push_back(field);
-    rows.push_back(fields);
-  }
-  return rows;
 }
 
 }  // namespace edc_test

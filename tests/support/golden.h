@@ -7,15 +7,10 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 namespace edc_test {
 
 // Compares text with tests/golden/<name>; reports the first differing line.
 void ExpectGolden(const std::string &name, const std::string &text);
-
-// Reads tests/data/<name> as lines, skipping blank lines and lines starting
-// with '#'; each line split at tab characters.
-std::vector<std::vector<std::string>> ReadTable(const std::string &name);
 
 }  // namespace edc_test

@@ -12,7 +12,7 @@
 #include "capture.h"
 #include "compare_command.h"
 #include "decoded_edid.h"
-#include "edid_builder.h"
+#include "corpus.h"
 #include "edid_composer.h"
 #include "edid_json.h"
 #include "golden.h"
@@ -52,7 +52,7 @@ void ExpectSummaryFieldsRoundTrip(const edid_t &e) {
   EXPECT_EQ(Bytes(j["monitor_serial"]), edc_tool::FieldText(e.monitor_serial));
   EXPECT_EQ(Bytes(j["monitor_data"]), edc_tool::FieldText(e.monitor_data));
   EXPECT_EQ(j["serial"], e.serial);
-  const auto videos = Elements<short_video_desc_t>(const_cast<ll_list_t *>(&e.video_list));
+  const auto videos = edc_tool::Elements<short_video_desc_t>(e.video_list);
   ASSERT_EQ(j["video_list"].size(), videos.size());
   for (size_t i = 0; i < videos.size(); ++i) {
     EXPECT_EQ(j["video_list"][i]["vic"], videos[i].vic);
@@ -63,7 +63,7 @@ void ExpectSummaryFieldsRoundTrip(const edid_t &e) {
   for (size_t i = 0; i < j["hdmi_vic"].size(); ++i)
     EXPECT_EQ(j["hdmi_vic"][i]["vic"], e.hdmi_vic[i]);
   EXPECT_EQ(j["present_3d"], e.present_3d != 0);
-  const auto audios = Elements<short_audio_desc_t>(const_cast<ll_list_t *>(&e.audio_list));
+  const auto audios = edc_tool::Elements<short_audio_desc_t>(e.audio_list);
   ASSERT_EQ(j["audio_list"].size(), audios.size());
   for (size_t i = 0; i < audios.size(); ++i)
     for (const auto &[key, value] : {std::pair{"format", audios[i].format},
@@ -80,13 +80,12 @@ void ExpectSummaryFieldsRoundTrip(const edid_t &e) {
 // Every 20th corpus EDID that decodes, and a record whose texts need
 // escaping (a quote, a backslash, a control character) or are not ASCII.
 TEST(EdidJson, RoundTripsWhatTheSummaryShows) {
-  const auto manifest = ReadCorpusManifest();
-  for (size_t i = 0; i < manifest.size(); i += 20) {
-    SCOPED_TRACE(manifest[i].file);
+  const auto &corpus = Corpus();
+  for (size_t i = 0; i < corpus.size(); i += 20) {
+    SCOPED_TRACE(corpus[i].file);
     edc_tool::DecodedEdid edid;
     std::string diagnostics;
-    if (edid.Decode(ReadFile(CorpusDir() + "/edid/" + manifest[i].file), diagnostics))
-      ExpectSummaryFieldsRoundTrip(edid.record());
+    if (edid.Decode(corpus[i].bytes, diagnostics)) ExpectSummaryFieldsRoundTrip(edid.record());
   }
   edc_tool::DecodedEdid edid;
   Decode(kExamples + "/uhd-tv-4k.bin", edid);
@@ -125,11 +124,11 @@ TEST(ToolCompare, MarksTheModesTheCompositionDropped) {
   Decode(tv, a);
   Decode(composed, b);
   std::set<uint32_t> offered;
-  for (const auto &svd : Elements<short_video_desc_t>(&b.record().video_list))
+  for (const auto &svd : edc_tool::Elements<short_video_desc_t>(b.record().video_list))
     offered.insert(svd.vic);
   const auto rows = edc_tool::CompareRows(a.record(), b.record());
   size_t dropped = 0;
-  for (const auto &svd : Elements<short_video_desc_t>(&a.record().video_list)) {
+  for (const auto &svd : edc_tool::Elements<short_video_desc_t>(a.record().video_list)) {
     const std::string label = Format("VIC %u ", svd.vic);
     const auto row = std::find_if(rows.begin(), rows.end(), [&](const auto &r) {
       return r.capability.compare(0, label.size(), label) == 0;

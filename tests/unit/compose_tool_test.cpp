@@ -11,7 +11,6 @@
 
 #include "capture.h"
 #include "compose_settings.h"
-#include "edid_builder.h"
 #include "edid_composer.h"
 #include "edid_input.h"
 #include "edid_output.h"

@@ -7,9 +7,9 @@
 #include <optional>
 
 #include "capture.h"
+#include "corpus.h"
 #include "edid_builder.h"
 #include "edid_composer.h"
-#include "edid_input.h"
 #include "golden.h"
 #include "tool_runner.h"
 
@@ -17,12 +17,12 @@ using namespace edc_test;  // NOLINT: capture, record and tool helpers throughou
 
 namespace {
 
-std::vector<unsigned char> Corpus(const std::string &stem) {
+Bytes CorpusFile(const std::string &stem) {
   return ReadFile(CorpusDir() + "/edid/" + stem + ".bin");
 }
 
-std::string Printed(const std::vector<unsigned char> &bytes, uint8_t summary,
-                    const std::string &title, bool traces = false) {
+std::string Printed(const Bytes &bytes, uint8_t summary, const std::string &title,
+                    bool traces = false) {
   std::optional<DebugOn> debug;
   if (traces) debug.emplace();
   return CaptureStdout([&] {
@@ -37,8 +37,8 @@ TEST(DumpGolden, RealEdidsInBothForms) {
   for (const std::string stem :
        {"hdmi3d-01fed248b978", "hdmi3d-000ee288edb2", "monitor-cea-fcb67c4e575d",
         "base-fabfe2602322", "multi-73dba7bd93d7", "odd-003aa3b7c39b"}) {
-    ExpectGolden(stem + ".full.txt", Normalize(Printed(Corpus(stem), 0, stem)));
-    ExpectGolden(stem + ".summary.txt", Normalize(Printed(Corpus(stem), 1, stem)));
+    ExpectGolden(stem + ".full.txt", Normalize(Printed(CorpusFile(stem), 0, stem)));
+    ExpectGolden(stem + ".summary.txt", Normalize(Printed(CorpusFile(stem), 1, stem)));
   }
 }
 
@@ -47,7 +47,7 @@ TEST(DumpGolden, RealEdidsInBothForms) {
 // (reported, walked anyway) whose entry has an aspect code outside 0..3,
 // gamma 1.05, no image size, an unknown HDMI VIC, dual DVI, xvYCC709 alone.
 TEST(DumpGolden, AlteredRecordAndTheValidFlag) {
-  const auto bytes = Corpus("hdmi3d-01fed248b978");
+  const auto bytes = CorpusFile("hdmi3d-01fed248b978");
   PreparedEdid record;
   edid_t &e = record.edid;
   ASSERT_TRUE(decode_edid_block_0(bytes.data(), &e) &&
@@ -75,7 +75,7 @@ TEST(DumpGolden, AlteredRecordAndTheValidFlag) {
 }
 
 TEST(Dump, RefusesWhatIsNotWholeBlocks) {
-  const auto bytes = Corpus("base-fabfe2602322");
+  const auto bytes = CorpusFile("base-fabfe2602322");
   ExpectGolden("dump_refusals.txt",
                "# print_edid: NULL, 129 bytes, 0 bytes (none read: block 0 is all zeros); "
                "print_edid_struct: NULL\n" +
@@ -87,32 +87,25 @@ TEST(Dump, RefusesWhatIsNotWholeBlocks) {
                    })));
 }
 
-// Every corpus EDID read as xxd -p prints it (edid-decode's form is read
-// back in the corpus cross-check); on every tenth (all with
-// EDC_TOOL_FULL_CORPUS=1: about 20 s, and 100 s under the sanitizers) the
-// tool, from a binary file and from standard input as xxd -p's and
-// edid-decode's text, prints what print_edid prints, exit status 1 where
-// decoding fails.
+// On every tenth corpus EDID (all with EDC_TOOL_FULL_CORPUS=1: about 20 s,
+// and 100 s under the sanitizers) the tool, from a binary file and from
+// standard input as xxd -p's and edid-decode's text, prints what print_edid
+// prints, exit status 1 where decoding fails. That it reads every EDID in
+// each form is checked in corpus_test.cpp.
 TEST(ToolDump, ReadsCorpusEdidsInEachFormAsPrintEdidPrintsThem) {
   const size_t stride = getenv("EDC_TOOL_FULL_CORPUS") != nullptr ? 1 : 10;
-  const auto manifest = ReadCorpusManifest();
-  for (size_t i = 0; i < manifest.size(); ++i) {
-    const std::string path = CorpusDir() + "/edid/" + manifest[i].file;
-    SCOPED_TRACE(path);
-    const auto binary = ReadFile(path);
-    std::string xxd;  // 30 bytes a line
-    for (size_t at = 0; at < binary.size(); ++at)
-      xxd += Format((at + 1) % 30 == 0 || at + 1 == binary.size() ? "%02x\n" : "%02x", binary[at]);
-    EXPECT_EQ(edc_tool::ParseEdid({xxd.begin(), xxd.end()}).bytes, binary);
-    if (i % stride != 0) continue;
-    const std::string full = Printed(binary, 0, path);
+  for (size_t i = 0; i < Corpus().size(); i += stride) {
+    const CorpusEdid &c = Corpus()[i];
+    SCOPED_TRACE(c.path);
+    const std::string full = Printed(c.bytes, 0, c.path);
     const int status = full.find("print_edid() ERROR: Failed decoding") != std::string::npos;
-    std::string peer = RunCommand("edid-decode '" + path + "' 2>/dev/null");
-    if (peer.empty()) peer.assign(binary.begin(), binary.end());  // edid-decode crashed
+    std::string peer = RunCommand("edid-decode '" + c.path + "' 2>/dev/null");
+    if (peer.empty()) peer.assign(c.bytes.begin(), c.bytes.end());  // edid-decode crashed
     const std::pair<ToolResult, std::string> runs[] = {
-        {RunTool("dump " + path), full},
-        {RunTool("dump --summary --debug --title TV -", xxd), Printed(binary, 1, "TV", true)},
-        {RunTool("dump -", peer), Printed(binary, 0, "standard input")}};
+        {RunTool("dump " + c.path), full},
+        {RunTool("dump --summary --debug --title TV -", XxdText(c.bytes)),
+         Printed(c.bytes, 1, "TV", true)},
+        {RunTool("dump -", peer), Printed(c.bytes, 0, "standard input")}};
     for (const auto &[result, expected] : runs) {
       EXPECT_EQ(result.status, status);
       EXPECT_EQ(result.out, expected);

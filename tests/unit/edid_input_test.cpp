@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -29,12 +28,8 @@ std::vector<uint8_t> Block(uint8_t fill = 0) {
 std::string Hex(const std::vector<uint8_t> &bytes, int per_line, const char *format,
                 const char *separator) {
   std::string text;
-  for (size_t i = 0; i < bytes.size(); ++i) {
-    char pair[8];
-    snprintf(pair, sizeof pair, format, bytes[i]);
-    text += pair;
-    text += (i + 1) % per_line == 0 ? "\n" : separator;
-  }
+  for (size_t i = 0; i < bytes.size(); ++i)
+    text += edc_test::Format(format, bytes[i]) + ((i + 1) % per_line == 0 ? "\n" : separator);
   return text;
 }
 

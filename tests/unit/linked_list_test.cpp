@@ -12,6 +12,7 @@
 #include "linked_list.h"
 #include "linked_list_internal.h"
 #include "transcript.h"
+#include "typed_list.h"
 
 using edc_test::Transcript;
 
@@ -19,25 +20,18 @@ namespace {
 
 // A list of ints holding the values given.
 struct IntList {
-  explicit IntList(std::initializer_list<int> values, const char *type = "int") {
+  explicit IntList(std::initializer_list<int32_t> values, const char *type = "int") {
     memset(&list, 0, sizeof list);
     ll_init(&list, type);
-    for (int v : values) Append(v, type);
+    for (int32_t v : values) Append(v);
   }
   ~IntList() {
     if (ll_is_initialized(&list)) ll_delete_list(&list);
   }
-  ll_entry_t *Append(int value, const char *type = "int") {
-    ll_entry_t *entry = nullptr;
-    void *data = nullptr;
-    ll_create_entry(sizeof(int), &entry, &data, type);
-    *static_cast<int *>(data) = value;
-    ll_add_entry_to_back(&list, entry);
-    return entry;
-  }
+  void Append(int32_t value) { edc::append_copy(&list, value, EDC_HERE); }
   int At(int index) {
-    void *data = nullptr;
-    return ll_entry_at(&list, index, &data) ? *static_cast<int *>(data) : -999;
+    const int32_t *value = edc::element_at<int32_t>(&list, index);
+    return value != nullptr ? *value : -999;
   }
   ll_list_t list;
 };

@@ -14,6 +14,8 @@
 #include "config_store.h"
 #include "edid_composer_internal.h"
 #include "golden.h"
+#include "scenario.h"
+#include "typed_list.h"
 
 using edc_test::Lines;
 
@@ -23,21 +25,17 @@ const std::string kRoot = "platform.software.drivers.avcap.edid.";
 
 // The entries of a list: "vic 0xstereo", "width aspect rate" or the audio numbers in hex.
 std::string Entries(ll_list_t *list) {
-  std::ostringstream out;
-  for (int32_t i = 0; i < ll_size(list); ++i) {
-    void *d = nullptr;
-    ll_entry_at(list, i, &d);
-    const auto *u = static_cast<uint32_t *>(d);
-    char text[40];
+  std::string out;
+  for (const uint32_t *u : edc::elements<uint32_t>(list)) {
+    out += out.empty() ? "" : ", ";
     if (ll_verify_list_type(list, "int"))
-      snprintf(text, sizeof text, "0x%06X", u[0]);
+      out += edc_test::Format("0x%06X", u[0]);
     else if (ll_verify_list_type(list, "std_timing_t"))
-      snprintf(text, sizeof text, "%u %u %u", u[0], u[1], u[2]);
+      out += edc_test::Format("%u %u %u", u[0], u[1], u[2]);
     else
-      snprintf(text, sizeof text, "%u 0x%02X", u[1], u[2]);  // after the native byte
-    out << (i > 0 ? ", " : "") << text;
+      out += edc_test::Format("%u 0x%02X", u[1], u[2]);  // after the native byte
   }
-  return out.str();
+  return out;
 }
 
 // Every field of the record, one "name=value" line each.
@@ -85,7 +83,7 @@ TEST(PlatformValues, EmptyAndSampleConfigurationsReadAsDocumented) {
 }
 
 TEST(PlatformValues, NumbersAreClampedAndCorrected) {
-  for (const auto &row : edc_test::ReadTable("platform_values.tsv")) {
+  for (const auto &row : edc_test::ReadRows("platform_values.tsv")) {
     edc_test::ScopedConfig config("[platform.software.drivers.avcap.edid]\n" + row[0] + " = " +
                                   row[1] + "\n");
     const std::string record = ReadRecord();
@@ -95,7 +93,7 @@ TEST(PlatformValues, NumbersAreClampedAndCorrected) {
           line.find(kRoot + row[0] + "\"") != std::string::npos)
         messages += line;
     EXPECT_NE(record.find("\n" + row[2] + "\n"), std::string::npos) << row[0] << " " << row[1];
-    EXPECT_EQ(messages, row.size() > 3 ? row[3] : "") << row[0] << " = " << row[1];
+    EXPECT_EQ(messages, row[3]) << row[0] << " = " << row[1];
   }
 }
 
@@ -133,7 +131,7 @@ TEST(PlatformValues, DestroyStopsAtTheFirstListItCannotRemove) {
 }
 
 TEST(PlatformLists, EntryGrammarsGiveTheirEntryOrTheirWarnings) {
-  const auto rows = edc_test::ReadTable("platform_entries.tsv");
+  const auto rows = edc_test::ReadRows("platform_entries.tsv");
   ASSERT_EQ(rows.size(), 26u);
   for (const auto &row : rows) {
     const bool is_std = row[0] == "std";
@@ -145,9 +143,9 @@ TEST(PlatformLists, EntryGrammarsGiveTheirEntryOrTheirWarnings) {
     const auto callback = is_std ? _get_std_timing_callback : _get_vic_list_callback;
     const auto lines = Lines([&] { callback("7", "list", -1, text, 30, &user); });
     std::vector<std::string> expected;  // a message ending in a line feed is followed by ""
-    for (auto m = row.begin() + 3; m < row.end(); ++m) {
-      const bool feed = m->size() > 1 && m->substr(m->size() - 2) == "\\n";
-      expected.push_back(m->substr(0, m->size() - (feed ? 2 : 0)));
+    for (size_t i = 3; i < row.size(); ++i) {
+      const bool feed = row[i].ends_with("\\n");
+      expected.push_back(row[i].substr(0, row[i].size() - (feed ? 2 : 0)));
       if (feed) expected.push_back("");
     }
     EXPECT_EQ(Entries(&list), row[2] == "-" ? "" : row[2]) << row[1];

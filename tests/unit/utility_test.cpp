@@ -19,6 +19,7 @@
 
 #include "capture.h"
 #include "golden.h"
+#include "scenario.h"
 #include "utility_internal.h"
 
 using edc_test::Lines;
@@ -26,24 +27,20 @@ using edc_test::Lines;
 namespace {
 
 TEST(VicTable, EveryRowHoldsItsFormatsTimingAndFindsItselfAgain) {
-  const auto rows = edc_test::ReadTable("vic_table.tsv");
+  const auto rows = edc_test::ReadRows("vic_table.tsv");
   ASSERT_EQ(rows.size(), g_vic_dtd_size);
   for (const auto &r : rows) {
     const uint32_t row = std::stoul(r[0]);
     detailed_timing_t t;
     memset(&t, 0xA5, sizeof t);
     ASSERT_EQ(convert_vic_to_dtd(row, &t), 1);
-    char got[160];
-    snprintf(
-        got, sizeof got, "%u\t%u\t%u\t%u\t%u\t%u\t%u\t%u\t%u\t%u\t%ux%u\t%s\t%s\t%s\t%u",
-        g_vic_dtd[row - 1].vic, t.pixel_clock, t.h_active, t.h_blanking, t.h_sync_offset,
-        t.h_sync_width, t.v_active, t.v_blanking, t.v_sync_offset, t.v_sync_width, t.h_image_size,
-        t.v_image_size, t.progressive ? "P" : "I", t.h_sync_positive ? "+" : "-",
-        t.v_sync_positive ? "+" : "-",
+    const std::string got = edc_test::Format(
+        "%u\t%u\t%u\t%u\t%u\t%u\t%u\t%u\t%u\t%u\t%ux%u\t%s\t%s\t%s\t%u", g_vic_dtd[row - 1].vic,
+        t.pixel_clock, t.h_active, t.h_blanking, t.h_sync_offset, t.h_sync_width, t.v_active,
+        t.v_blanking, t.v_sync_offset, t.v_sync_width, t.h_image_size, t.v_image_size,
+        t.progressive ? "P" : "I", t.h_sync_positive ? "+" : "-", t.v_sync_positive ? "+" : "-",
         calculate_refresh_rate(t.pixel_clock, t.h_active, t.h_blanking, t.v_active, t.v_blanking));
-    std::string want;
-    for (size_t i = 1; i < r.size(); ++i) want += r[i] + (i + 1 < r.size() ? "\t" : "");
-    EXPECT_EQ(got, want) << "row " << row;
+    EXPECT_EQ(got, r.text.substr(r.text.find('\t') + 1)) << "row " << row;
     EXPECT_EQ(t.valid + t.h_border + t.v_border + t.stereo, 1) << "row " << row;
     // No row shadows a later one: the row's own timing finds its VIC.
     edid_t edid{};
@@ -82,7 +79,7 @@ std::string Call(const std::string &what, const std::function<uint32_t()> &fn,
 }
 
 TEST(Conversions, EachCaseGivesItsResultAndExplainsAFailureInTraces) {
-  const auto rows = edc_test::ReadTable("conversions.tsv");
+  const auto rows = edc_test::ReadRows("conversions.tsv");
   ASSERT_EQ(rows.size(), 54u);
   edc_test::DebugOn debug;
   std::string out = "# == case, its lines (debug on), -> result and output value\n";
@@ -177,7 +174,7 @@ TEST(Names, EveryCodeHasItsFixedText) {
       NAME(est_timing_1_string),      NAME(est_timing_2_string), NAME(man_timing_string),
       NAME(short_video_timing_string)};
 #undef NAME
-  const auto rows = edc_test::ReadTable("names.tsv");
+  const auto rows = edc_test::ReadRows("names.tsv");
   ASSERT_EQ(rows.size(), 137u);
   for (const auto &row : rows)
     EXPECT_STREQ(functions.at(row[0])(std::stoll(row[1], nullptr, 0)), row[2].c_str())
@@ -192,9 +189,7 @@ std::string Escaped(const std::string &text) {
 }
 
 std::string Hex(uint32_t value, int digits = 2) {
-  char text[16];
-  snprintf(text, sizeof text, "0x%0*X", digits, value);
-  return text;
+  return edc_test::Format("0x%0*X", digits, value);
 }
 
 // "call -> result "printed"": what a function returned (left out for one that
@@ -249,10 +244,10 @@ TEST(Printers, MaskTextsAndPrintedLinesAreExact) {
                                {0, 2, 0x04, 9},  {15, 2, 0x04, 9}, {19, 2, 0x04, 9}};
   for (const auto &a : audio) {
     short_audio_desc_t sad = {a[0], a[1], a[2], a[3], a[3], a[3], a[3]};
-    char call[80];
-    snprintf(call, sizeof call, "print_audio_structure(format %u, channels %u, rates 0x%02X, %u)",
-             a[0], a[1], a[2], a[3]);
-    out += Printed(call, [&] { return print_audio_structure(&sad); });
+    out +=
+        Printed(edc_test::Format("print_audio_structure(format %u, channels %u, rates 0x%02X, %u)",
+                                 a[0], a[1], a[2], a[3]),
+                [&] { return print_audio_structure(&sad); });
   }
   out += Printed("print_audio_structure(NULL)", [] { print_audio_structure(nullptr); });
   for (uint32_t mask : {0x00u, 0x81u, 0xFFu, 0x100u})

@@ -1,0 +1,52 @@
+#!/usr/bin/env bash
+# One fuzzing campaign:  fuzz/campaign.sh TARGET SECONDS [JOBS]
+#
+# Builds the fuzz targets optimised, with AddressSanitizer and
+# UndefinedBehaviorSanitizer (build/fuzz-campaign), and runs TARGET for
+# SECONDS in JOBS parallel processes (default 1). The campaign's corpus grows
+# in build/fuzz-campaign/corpus/TARGET, seeded from fuzz/seeds/TARGET and,
+# for the targets that read an EDID, from every EDID of tests/corpus (for
+# compose_fuzz each is paired with examples/platform.toml). Inputs that make
+# a target fail land in build/fuzz-campaign/findings/TARGET/. Prints the
+# executions and the findings; exits 1 when there is a finding.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+target=${1:?usage: fuzz/campaign.sh TARGET SECONDS [JOBS]}
+seconds=${2:?usage: fuzz/campaign.sh TARGET SECONDS [JOBS]}
+jobs=${3:-1}
+build=build/fuzz-campaign
+
+CC=clang CXX=clang++ cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  -DEDC_SANITIZE=ON -DEDC_BUILD_FUZZ=ON -DEDC_BUILD_TESTS=OFF >/dev/null
+cmake --build "$build" -j"$(nproc)" --target "$target" >/dev/null
+
+corpus=$build/corpus/$target findings=$build/findings/$target logs=$build/logs/$target
+mkdir -p "$corpus" "$findings" "$logs"
+rm -f "$logs"/*.log
+seeds=("fuzz/seeds/$target")
+case $target in
+  decode_fuzz | dump_fuzz | edid_input_fuzz) seeds+=(tests/corpus/edid) ;;
+  compose_fuzz)
+    # The example configuration (comments dropped), the settings byte 1
+    # (3D as the television), then a corpus EDID.
+    paired=$build/seeds/compose_fuzz
+    if [ ! -d "$paired" ]; then
+      mkdir -p "$paired"
+      config=$(grep -v '^[[:space:]]*#' examples/platform.toml | sed 's/[[:space:]]*#.*//' | grep .)
+      for edid in tests/corpus/edid/*.bin; do
+        { printf '%s\n' "$config"; printf '\0\001'; cat "$edid"; } >"$paired/$(basename "$edid")"
+      done
+    fi
+    seeds+=("$paired") ;;
+esac
+
+(cd "$logs" && UBSAN_OPTIONS=halt_on_error=1 "../../fuzz/$target" -max_total_time="$seconds" \
+   -jobs="$jobs" -workers="$jobs" -close_fd_mask=3 -print_final_stats=1 \
+   -artifact_prefix="$(realpath "../../findings/$target")/" \
+   "$(realpath "../../corpus/$target")" "${seeds[@]/#/$OLDPWD/}" >/dev/null 2>&1) || true
+
+executions=$(cat "$logs"/*.log 2>/dev/null | sed -n 's/^stat::number_of_executed_units: //p' |
+             awk '{s += $1} END {print s + 0}')
+found=$(find "$findings" -type f | wc -l)
+echo "$target: $executions executions in $seconds s on $jobs job(s); corpus $(ls "$corpus" | wc -l) inputs; findings: $found"
+[ "$found" -eq 0 ]

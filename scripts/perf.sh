@@ -1,0 +1,56 @@
+#!/usr/bin/env bash
+# The performance figures of the README, measured:
+#   - instructions per operation, counted by callgrind (repeatable whatever
+#     the machine is doing): decoding one television EDID, composing one
+#     (configuration reading included, debug off), and a whole
+#     `edid-composer dump --summary` process;
+#   - Google Benchmark times over the corpus televisions;
+#   - the soak: every corpus EDID composed 1000 times in one process, peak RSS.
+# Release build in build/release. The corpus televisions are the EDIDs of
+# tests/corpus whose manifest class is tv or hdmi3d.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/setup.sh --test >/dev/null
+cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DEDC_BUILD_BENCH=ON -DEDC_BUILD_TESTS=OFF \
+  >/dev/null
+cmake --build build/release -j"$(nproc)" >/dev/null
+tmp=$(mktemp -d)
+trap 'rm -rf "$tmp"' EXIT
+
+# Instructions of one callgrind run (of the toggled function when given).
+instructions() {
+  local toggle=$1
+  shift
+  valgrind --tool=callgrind ${toggle:+--toggle-collect=$toggle} --callgrind-out-file="$tmp/cg" \
+    "$@" >/dev/null 2>"$tmp/err"
+  sed -n 's/^==[0-9]*== Collected : //p' "$tmp/err"
+}
+
+perf=build/release/bench/edc_perf
+televisions=$(awk -F'\t' 'NR > 1 && ($5 == "tv" || $5 == "hdmi3d")' tests/corpus/MANIFEST.tsv | wc -l)
+echo "Instructions (callgrind, Release build, $televisions corpus televisions):"
+decode=$(instructions edc_perf_decode "$perf" decode tests/corpus)
+printf '  decode one television EDID:           %8d\n' $((decode / televisions))
+compose=$(instructions edc_perf_compose "$perf" compose tests/corpus examples/platform.toml)
+printf '  compose one (examples/platform.toml): %8d\n' $((compose / televisions))
+
+# The whole process, for every 35th television.
+total=0 runs=0 most=0
+for file in $(awk -F'\t' 'NR > 1 && ($5 == "tv" || $5 == "hdmi3d") {print $1}' tests/corpus/MANIFEST.tsv |
+              awk 'NR % 35 == 1'); do
+  n=$(instructions "" build/release/edid-composer dump --summary "tests/corpus/edid/$file")
+  total=$((total + n)) runs=$((runs + 1))
+  [ "$n" -gt "$most" ] && most=$n
+done
+printf '  edid-composer dump --summary process: %8d (mean of %d, at most %d)\n' $((total / runs)) \
+  "$runs" "$most"
+printf '  for comparison, /bin/true:            %8d\n' "$(instructions "" /bin/true)"
+
+echo
+echo "Google Benchmark (time per EDID over the corpus televisions):"
+build/release/bench/edc_bench --benchmark_filter=Corpus --benchmark_repetitions=5 \
+  --benchmark_report_aggregates_only=true 2>/dev/null | grep -E '_median|_stddev'
+
+echo
+echo "Soak: every corpus EDID composed 1000 times in one process:"
+"$perf" soak tests/corpus examples/platform.toml 1000 2>&1 >/dev/null | tail -1
