@@ -204,6 +204,15 @@ TEST(ToolCompose, ReportsTheNewEdidAndWhereItsAddressLies) {
   const auto piped = RunTool("compose --config " + kConfig + " --sink " + kSink + " --format hex");
   EXPECT_EQ(piped.out.size(), 16u * 48);
   EXPECT_NE(piped.err.find("\tAddress=4.1.0.0\n"), std::string::npos);
+  // Nor is a binary EDID written to a terminal (script(1) gives the tool one).
+  int status = -1;
+  const std::string terminal = RunCommand("script -qec \"'" + std::string(EDC_TOOL_PATH) +
+                                              "' compose --config " + kConfig + "\" /dev/null",
+                                          &status);
+  EXPECT_EQ(status, 2);
+  EXPECT_EQ(terminal,
+            "edid-composer: standard output: a binary EDID is not written to a terminal; use -o "
+            "FILE or --format hex\r\n");
 }
 
 }  // namespace
