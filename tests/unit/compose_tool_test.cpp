@@ -204,7 +204,19 @@ TEST(ToolCompose, ReportsTheNewEdidAndWhereItsAddressLies) {
   const auto piped = RunTool("compose --config " + kConfig + " --sink " + kSink + " --format hex");
   EXPECT_EQ(piped.out.size(), 16u * 48);
   EXPECT_NE(piped.err.find("\tAddress=4.1.0.0\n"), std::string::npos);
-  // Nor is a binary EDID written to a terminal (script(1) gives the tool one).
+  // --quiet keeps the library's error lines (a configuration with too few
+  // video formats) and drops its warnings (keys left out) and the report.
+  const std::string minimal =
+      "compose --config " + std::string(EDC_EXAMPLES_DIR) + "/platform-minimal.toml --format hex";
+  const auto loud = RunTool(minimal), quiet = RunTool(minimal + " --quiet");
+  EXPECT_NE(loud.err.find("() WARNING: "), std::string::npos);
+  std::string errors;
+  for (const auto &line : SplitLines(loud.err))
+    if (line.find("() ERROR: ") != std::string::npos) errors += line + "\n";
+  EXPECT_NE(errors, "");
+  EXPECT_EQ(quiet.err, errors);
+  EXPECT_EQ(quiet.out, loud.out);
+  // A binary EDID is not written to a terminal (script(1) gives the tool one).
   int status = -1;
   const std::string terminal = RunCommand("script -qec \"'" + std::string(EDC_TOOL_PATH) +
                                               "' compose --config " + kConfig + "\" /dev/null",
