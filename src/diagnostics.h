@@ -5,11 +5,20 @@
 //   bug      "<file>:<line>:<function>() BUG: <message>\n"
 //   trace    "<message> \t\t\t<function>():<line>\n", only while debug is on.
 // No function formats its own prefix: use the macros below.
+//
+// This is the bottom layer of the library: it includes no header of another
+// module, so that every module (the list first of all) can report.
 #pragma once
 
-#include "utility.h"
+#include <concepts>
+#include <cstdint>
 
 extern "C" {
+// The debug flag that gates the trace lines. Exported (utility.h declares
+// the same prototypes for the library's callers), defined in diagnostics.cpp.
+void debug_enable(bool enable);
+bool debug_enabled(void);
+
 void diag_line(const char *severity, const char *file, int line, const char *func, const char *fmt,
                ...) __attribute__((format(printf, 5, 6)));
 void diag_trace(const char *func, int line, const char *fmt, ...)
@@ -45,6 +54,20 @@ struct report_site {
 // One line of the given severity ("ERROR", "WARNING", "BUG") at site.
 void report(const report_site &site, const char *severity, const char *fmt, ...)
     __attribute__((format(printf, 3, 4)));
+
+// An integer for a %d conversion: its low 32 bits read as a signed number,
+// so that unsigned values above 2147483647 print negative as they always
+// have. Every unsigned value printed with %d goes through it (and generic
+// code that prints a signed or an unsigned T).
+// The usual check of a pointer argument: false, with the error "\"name\"
+// parameter is NULL. name:(nil)" at site, when it is NULL.
+bool argument_present(const void *pointer, const char *name, const report_site &site);
+
+template <std::integral T>
+constexpr int32_t as_int(T value) {
+  return static_cast<int32_t>(value);
+}
+
 }  // namespace edc
 
 #define EDC_HERE (edc::report_site{__FILE_NAME__, __LINE__, __func__})

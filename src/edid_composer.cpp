@@ -11,10 +11,13 @@
 
 #include "diagnostics.h"
 #include "edid_composer_internal.h"
+#include "edid_layout.h"
 #include "linked_list.h"
 #include "scope_guard.h"
 #include "typed_list.h"
 #include "utility.h"
+
+using edc::as_int;
 
 // ===========================================================================
 // Raw EDID dump
@@ -22,9 +25,10 @@
 
 namespace {
 
-// VESA E-EDID: the base block and each extension are 128 bytes.
-constexpr uint32_t kEdidBlockSize = 128;
-constexpr uint32_t kEdidTwoBlocks = 2 * kEdidBlockSize;
+// The base block and each extension are 128 bytes; a composed EDID is one
+// of each.
+constexpr uint32_t kBlockSize = edc::kBlockSize;
+constexpr uint32_t kTwoBlocks = 2 * kBlockSize;
 
 constexpr const char kPrintEdid[] = "print_edid";
 
@@ -42,10 +46,9 @@ void print_edid(const uint8_t *edid_block, uint32_t edid_bytes, uint8_t summary,
               static_cast<const void *>(edid_block));
     return;
   }
-  if (edid_bytes % kEdidBlockSize != 0) {
-    LOG_ERROR("Edid size is not an valid value. edid_bytes=%d Range=(%d-%d)",
-              static_cast<int32_t>(edid_bytes), static_cast<int32_t>(kEdidBlockSize),
-              static_cast<int32_t>(kEdidTwoBlocks));
+  if (edid_bytes % kBlockSize != 0) {
+    LOG_ERROR("Edid size is not an valid value. edid_bytes=%d Range=(%d-%d)", as_int(edid_bytes),
+              as_int(kBlockSize), as_int(kTwoBlocks));
     return;
   }
   edid_t edid;
@@ -56,13 +59,12 @@ void print_edid(const uint8_t *edid_block, uint32_t edid_bytes, uint8_t summary,
   const edc::scope_exit release_edid([&edid]() noexcept {
     if (!edid_destroy(&edid)) LOG_ERROR_AS(kPrintEdid, "Failed cleaning up edid.");
   });
-  std::array<uint8_t, kEdidBlockSize> base{};
-  memcpy(base.data(), edid_block, edid_bytes < kEdidBlockSize ? edid_bytes : kEdidBlockSize);
+  std::array<uint8_t, kBlockSize> base{};
+  memcpy(base.data(), edid_block, edid_bytes < kBlockSize ? edid_bytes : kBlockSize);
   if (!decode_edid_block_0(base.data(), &edid)) {
     LOG_ERROR("Failed decoding EDID block 0.");
-  } else if (edid_bytes >= kEdidTwoBlocks &&
-             !decode_edid_extensions(edid_block + kEdidBlockSize, edid_bytes - kEdidBlockSize,
-                                     &edid)) {
+  } else if (edid_bytes >= kTwoBlocks &&
+             !decode_edid_extensions(edid_block + kBlockSize, edid_bytes - kBlockSize, &edid)) {
     LOG_ERROR("Failed decoding EDID block 1.");
   } else if (!print_edid_struct(&edid, summary, title)) {
     LOG_WARNING("Failed printing edid.");
@@ -77,13 +79,14 @@ void print_edid(const uint8_t *edid_block, uint32_t edid_bytes, uint8_t summary,
 
 namespace {
 
-// Names the reports of shared code give.
+// The functions that shared code reports on behalf of.
+constexpr const char kCombineLists[] = "_combine_lists";
 constexpr const char kComposeEdidInternal[] = "compose_edid_internal";
-
-// Integers printed with %d.
-int32_t as_int(uint32_t value) {
-  return static_cast<int32_t>(value);
-}
+constexpr const char kDetermineNativeRate[] = "_determine_tv_native_refresh_rate";
+constexpr const char kFilter4kModes[] = "_filter_4k_modes";
+constexpr const char kFilterAudioFormats[] = "_filter_audio_formats";
+constexpr const char kFilterVideoModes[] = "_filter_video_modes";
+constexpr const char kPopulateNewEdid[] = "_populate_new_edid";
 
 // One line of a traced video mode list: VIC, its name, its 3D structures and
 // the native mark (or the filler given for a mode that is not native).
@@ -123,8 +126,9 @@ static_assert(kDoubleClockStereo == 0x79 && kQuadrupleClockStereo == 0x80);
 
 // HDMI VICs held by a record (HDMI_VIC_LEN is 3 bits) and by each platform
 // 4Kx2K list.
-constexpr uint32_t k4kSlots = sizeof(edid_t::hdmi_vic) / sizeof(edid_t::hdmi_vic[0]);
-static_assert(k4kSlots == sizeof(platform_values_t::priority_4k_x_2k) / sizeof(uint32_t));
+constexpr uint32_t k4kSlots = edc::kMaxHdmiVics;
+static_assert(k4kSlots == sizeof(edid_t::hdmi_vic) / sizeof(edid_t::hdmi_vic[0]) &&
+              k4kSlots == sizeof(platform_values_t::priority_4k_x_2k) / sizeof(uint32_t));
 
 // The entries of a platform 4Kx2K list: up to its first 0.
 uint32_t listed_4k_modes(const uint32_t (&modes)[k4kSlots]) {
@@ -134,10 +138,9 @@ uint32_t listed_4k_modes(const uint32_t (&modes)[k4kSlots]) {
 }
 
 void trace_4k_modes(const char *title, const uint32_t *modes, uint32_t count) {
-  LOG_TRACE_AS("_filter_4k_modes", "%s", title);
+  LOG_TRACE_AS(kFilter4kModes, "%s", title);
   for (uint32_t i = 0; i < count; ++i)
-    LOG_TRACE_AS("_filter_4k_modes", "\t%d\t%s", as_int(modes[i]),
-                 hdmi_vic_string(as_int(modes[i])));
+    LOG_TRACE_AS(kFilter4kModes, "\t%d\t%s", as_int(modes[i]), hdmi_vic_string(as_int(modes[i])));
 }
 
 }  // namespace
@@ -198,12 +201,10 @@ uint32_t _maximum_pixel_clock(ll_list_t *list) {
 // The priority list's modes that the television declares or the platform
 // adds, in the priority list's order.
 uint8_t _filter_4k_modes(edid_t *edid, edid_t *new_edid, platform_values_t *platform_values) {
-  if (edid == nullptr || new_edid == nullptr || platform_values == nullptr) {
-    LOG_BUG("Function called with a NULL record. edid:%p new_edid:%p platform_values:%p",
-            static_cast<void *>(edid), static_cast<void *>(new_edid),
-            static_cast<void *>(platform_values));
+  if (!edc::argument_present(edid, "edid", EDC_HERE) ||
+      !edc::argument_present(new_edid, "new_edid", EDC_HERE) ||
+      !edc::argument_present(platform_values, "platform_values", EDC_HERE))
     return 0;
-  }
   memset(new_edid->hdmi_vic, 0, sizeof new_edid->hdmi_vic);
   new_edid->hdmi_vic_len = 0;
 
@@ -260,11 +261,11 @@ int32_t timing_rate_family(const detailed_timing_t &t, int32_t index) {
       calculate_refresh_rate(t.pixel_clock, t.h_active, t.h_blanking, t.v_active, t.v_blanking);
   const int32_t family = rate_family(refresh);
   if (family == 60)
-    LOG_TRACE_AS("_determine_tv_native_refresh_rate",
+    LOG_TRACE_AS(kDetermineNativeRate,
                  "Found DTD number: index #%d had a %d Hz refresh rate. Using %dHz as native rate.",
                  index, as_int(refresh), family);
   else if (family == 50)
-    LOG_TRACE_AS("_determine_tv_native_refresh_rate",
+    LOG_TRACE_AS(kDetermineNativeRate,
                  "Found DTD number: index #%d had a %d Hz refresh rate. Using %d as native rate.",
                  index, as_int(refresh), family);
   return family;
@@ -275,15 +276,14 @@ int32_t timing_rate_family(const detailed_timing_t &t, int32_t index) {
 int32_t sink_rate_family(edid_t *edid) {
   int32_t index = 0;
   for (const detailed_timing_t *timing : edc::checked_elements<detailed_timing_t>(
-           &edid->dtd_list, "&edid->dtd_list", EDC_HERE_AS("_determine_tv_native_refresh_rate"))) {
+           &edid->dtd_list, "&edid->dtd_list", EDC_HERE_AS(kDetermineNativeRate))) {
     if (const int32_t family = timing_rate_family(*timing, index++)) return family;
   }
   index = 0;
-  for (const std_timing_t *timing :
-       edc::checked_elements<std_timing_t>(&edid->std_timings, "&edid->std_timings",
-                                           EDC_HERE_AS("_determine_tv_native_refresh_rate"))) {
+  for (const std_timing_t *timing : edc::checked_elements<std_timing_t>(
+           &edid->std_timings, "&edid->std_timings", EDC_HERE_AS(kDetermineNativeRate))) {
     if (timing->refresh_rate == 60 || timing->refresh_rate == 59) {
-      LOG_TRACE_AS("_determine_tv_native_refresh_rate",
+      LOG_TRACE_AS(kDetermineNativeRate,
                    "Found a standard timing number: index #%d had a %dHz refresh rate. Using %d as "
                    "native rate.",
                    index, as_int(timing->refresh_rate), 60);
@@ -293,14 +293,29 @@ int32_t sink_rate_family(edid_t *edid) {
   }
   index = 0;
   for (const short_video_desc_t *mode : edc::checked_elements<short_video_desc_t>(
-           &edid->video_list, "&edid->video_list",
-           EDC_HERE_AS("_determine_tv_native_refresh_rate"))) {
+           &edid->video_list, "&edid->video_list", EDC_HERE_AS(kDetermineNativeRate))) {
     detailed_timing_t timing;
     const int32_t at = index++;
     if (!convert_vic_to_dtd(mode->vic, &timing)) continue;
     if (const int32_t family = timing_rate_family(timing, at)) return family;
   }
   return 0;
+}
+
+// _combine_lists' check of one of its lists: present (a missing one is
+// reported with the given severity) and initialised.
+bool combinable(ll_list_t *list, const char *name, const char *missing, const ll_list_t *vic_list) {
+  const edc::report_site site = EDC_HERE_AS(kCombineLists);
+  const void *address = vic_list;
+  if (list == nullptr) {
+    edc::report(site, missing, "%s is NULL. ptr=%p", name, address);
+    return false;
+  }
+  if (!ll_is_initialized(list)) {
+    edc::report(site, "ERROR", "%s has not been initialized. ptr=%p", name, address);
+    return false;
+  }
+  return true;
 }
 
 // The platform's priority and additional lists for a rate family.
@@ -310,28 +325,31 @@ ll_list_t *priority_list(platform_values_t *values, int32_t rate) {
   return nullptr;
 }
 
+// Appends to valid the VIC of each of the television's timings that is a
+// CEA format, without 3D.
+template <typename Timing>
+bool gather_vics(edid_t *edid, ll_list_t *timings, const char *name,
+                 uint8_t (*convert)(edid_t *, Timing *, uint32_t *), ll_list_t *valid) {
+  for (Timing *timing :
+       edc::checked_elements<Timing>(timings, name, EDC_HERE_AS(kFilterVideoModes))) {
+    uint32_t vic = 0;
+    if (convert(edid, timing, &vic) && edc::append_copy(valid, short_video_desc_t{0, vic, 0},
+                                                        EDC_HERE_AS(kFilterVideoModes)) == nullptr)
+      return false;
+  }
+  return true;
+}
+
 // Steps 2-12 of _filter_video_modes over the valid-modes list it owns.
 bool select_video_modes(edid_t *edid, hdmi_mode_t *current_mode, ll_list_t *valid,
                         ll_list_t *ret_modes, platform_values_t *values) {
-  constexpr const char *kFunc = "_filter_video_modes";
   // Every mode the television declares, as VICs; a timing that is no CEA
   // format is left out.
-  for (detailed_timing_t *timing : edc::checked_elements<detailed_timing_t>(
-           &edid->dtd_list, "&edid->dtd_list", EDC_HERE_AS(kFunc))) {
-    uint32_t vic = 0;
-    if (convert_dtd_to_vic(edid, timing, &vic) &&
-        edc::append_copy(valid, short_video_desc_t{0, vic, 0}, EDC_HERE_AS(kFunc)) == nullptr)
-      return false;
-  }
-  for (std_timing_t *timing : edc::checked_elements<std_timing_t>(
-           &edid->std_timings, "&edid->std_timings", EDC_HERE_AS(kFunc))) {
-    uint32_t vic = 0;
-    if (convert_std_to_vic(edid, timing, &vic) &&
-        edc::append_copy(valid, short_video_desc_t{0, vic, 0}, EDC_HERE_AS(kFunc)) == nullptr)
-      return false;
-  }
+  if (!gather_vics(edid, &edid->dtd_list, "&edid->dtd_list", convert_dtd_to_vic, valid) ||
+      !gather_vics(edid, &edid->std_timings, "&edid->std_timings", convert_std_to_vic, valid))
+    return false;
   if (!_combine_lists(valid, &edid->video_list)) {
-    LOG_ERROR_AS(kFunc, "Failed combining short video lists.");
+    LOG_ERROR_AS(kFilterVideoModes, "Failed combining short video lists.");
     return false;
   }
 
@@ -339,15 +357,15 @@ bool select_video_modes(edid_t *edid, hdmi_mode_t *current_mode, ll_list_t *vali
   // television declares them.
   const int32_t rate = _determine_tv_native_refresh_rate(edid, values);
   if (rate == 60) {
-    LOG_TRACE_AS(kFunc, "Combining 60Hz lists:");
+    LOG_TRACE_AS(kFilterVideoModes, "Combining 60Hz lists:");
     if (!_combine_lists(valid, &values->video_60_additional)) {
-      LOG_ERROR_AS(kFunc, "Failed combining 60Hz lists.");
+      LOG_ERROR_AS(kFilterVideoModes, "Failed combining 60Hz lists.");
       return false;
     }
   } else {
-    LOG_TRACE_AS(kFunc, "Combining 50Hz lists:");
+    LOG_TRACE_AS(kFilterVideoModes, "Combining 50Hz lists:");
     if (!_combine_lists(valid, &values->video_50_additional)) {
-      LOG_ERROR_AS(kFunc, "Failed combining 50Hz lists.");
+      LOG_ERROR_AS(kFilterVideoModes, "Failed combining 50Hz lists.");
       return false;
     }
   }
@@ -359,40 +377,41 @@ bool select_video_modes(edid_t *edid, hdmi_mode_t *current_mode, ll_list_t *vali
 
   ll_list_t *master = priority_list(values, rate);
   if (master == nullptr) {
-    LOG_BUG_AS(kFunc, "Unable to obtain a %dHz Platform list.", rate);
+    LOG_BUG_AS(kFilterVideoModes, "Unable to obtain a %dHz Platform list.", rate);
     return false;
   }
   if (debug_enabled()) {
-    LOG_TRACE_AS(kFunc, "\tPrioritization List:");
+    LOG_TRACE_AS(kFilterVideoModes, "\tPrioritization List:");
     for (const short_video_desc_t *mode :
-         edc::checked_elements<short_video_desc_t>(master, "list", EDC_HERE_AS(kFunc)))
+         edc::checked_elements<short_video_desc_t>(master, "list", EDC_HERE_AS(kFilterVideoModes)))
       print_mode_line(*mode, "      ");
   }
-  LOG_TRACE_AS(kFunc,
+  LOG_TRACE_AS(kFilterVideoModes,
                "Prioritize the list of valid modes and remove duplicates. Modes:%d MasterList:%d",
                ll_size(valid), ll_size(master));
 
   // The priority list's order; every valid mode of a priority VIC adds the
   // 3D structures both sides support. Native flags are not carried over.
   for (const short_video_desc_t *wanted :
-       edc::checked_elements<short_video_desc_t>(master, "list", EDC_HERE_AS(kFunc))) {
+       edc::checked_elements<short_video_desc_t>(master, "list", EDC_HERE_AS(kFilterVideoModes))) {
     short_video_desc_t selected = {0, 0, 0};
     bool found = false;
-    for (const short_video_desc_t *offered :
-         edc::checked_elements<short_video_desc_t>(valid, "vic_list", EDC_HERE_AS(kFunc))) {
+    for (const short_video_desc_t *offered : edc::checked_elements<short_video_desc_t>(
+             valid, "vic_list", EDC_HERE_AS(kFilterVideoModes))) {
       if (offered->vic != wanted->vic) continue;
       selected.vic = wanted->vic;
       selected.stereo |= wanted->stereo & offered->stereo;
       found = true;
     }
-    if (found && edc::append_copy(ret_modes, selected, EDC_HERE_AS(kFunc)) == nullptr) return false;
+    if (found && edc::append_copy(ret_modes, selected, EDC_HERE_AS(kFilterVideoModes)) == nullptr)
+      return false;
   }
 
   // The caller's current output mode goes first, without 3D.
   if (values->current_mode_set_to_priority != 0 && _valid_current_mode(current_mode)) {
     uint32_t vic = 0;
     if (!mode_to_vic(current_mode, &vic)) {
-      LOG_ERROR_AS(kFunc, "Could not obtain a valid hdmi mode. Continuing.");
+      LOG_ERROR_AS(kFilterVideoModes, "Could not obtain a valid hdmi mode. Continuing.");
     } else {
       int32_t index = 0;
       for (const short_video_desc_t *mode : edc::elements<short_video_desc_t>(ret_modes)) {
@@ -401,26 +420,26 @@ bool select_video_modes(edid_t *edid, hdmi_mode_t *current_mode, ll_list_t *vali
       }
       if (index < ll_size(ret_modes) &&
           !ll_delete_entry_at(ret_modes, static_cast<uint32_t>(index))) {
-        LOG_ERROR_AS(kFunc, "Failed deleting entry index:%d.", index);
+        LOG_ERROR_AS(kFilterVideoModes, "Failed deleting entry index:%d.", index);
         return false;
       }
-      LOG_TRACE_AS(kFunc, "\tAdding hdmi output mode as the priority mode:%s",
+      LOG_TRACE_AS(kFilterVideoModes, "\tAdding hdmi output mode as the priority mode:%s",
                    short_video_timing_string(vic));
       static constexpr edc::insertion_messages kFrontMessages = {
           "Failed creating entry.", "Failed adding entry to the back of the list.",
           "Failed deleting unused entry."};
       if (edc::insert_copy(ret_modes, short_video_desc_t{0, vic, 0}, edc::list_end::front,
-                           EDC_HERE_AS(kFunc), kFrontMessages) == nullptr)
+                           EDC_HERE_AS(kFilterVideoModes), kFrontMessages) == nullptr)
         return false;
     }
   } else {
-    LOG_TRACE_AS(kFunc, "\tIgnoring hdmi_current_mode.");
+    LOG_TRACE_AS(kFilterVideoModes, "\tIgnoring hdmi_current_mode.");
   }
 
   if (debug_enabled()) {
-    LOG_TRACE_AS(kFunc, "\tNew EDID List of VICs:");
-    for (const short_video_desc_t *mode :
-         edc::checked_elements<short_video_desc_t>(ret_modes, "ret_modes", EDC_HERE_AS(kFunc)))
+    LOG_TRACE_AS(kFilterVideoModes, "\tNew EDID List of VICs:");
+    for (const short_video_desc_t *mode : edc::checked_elements<short_video_desc_t>(
+             ret_modes, "ret_modes", EDC_HERE_AS(kFilterVideoModes)))
       print_mode_line(*mode, "      ");
   }
   return true;
@@ -432,14 +451,12 @@ extern "C" {
 
 uint32_t _filter_video_modes(edid_t *edid, hdmi_mode_t *hdmi_current_mode, ll_list_t *ret_modes,
                              platform_values_t *platform_values) {
-  if (edid == nullptr || ret_modes == nullptr || platform_values == nullptr) {
-    LOG_BUG("Function called with a NULL argument. edid:%p ret_modes:%p platform_values:%p",
-            static_cast<void *>(edid), static_cast<void *>(ret_modes),
-            static_cast<void *>(platform_values));
+  if (!edc::argument_present(edid, "edid", EDC_HERE) ||
+      !edc::argument_present(ret_modes, "ret_modes", EDC_HERE) ||
+      !edc::argument_present(platform_values, "platform_values", EDC_HERE))
     return 0;
-  }
   ll_list_t valid{};
-  if (!ll_init(&valid, edc::type_name<short_video_desc_t>)) {
+  if (!edc::init_list_of<short_video_desc_t>(&valid)) {
     LOG_ERROR("Failed initializing the linked list.");
     return 0;
   }
@@ -476,23 +493,9 @@ int32_t _determine_tv_native_refresh_rate(edid_t *edid, platform_values_t *platf
 
 uint8_t _combine_lists(ll_list_t *vic_list, ll_list_t *extra_list) {
   // Every report names vic_list's address, those about extra_list too.
-  void *address = static_cast<void *>(vic_list);
-  if (vic_list == nullptr) {
-    LOG_ERROR("vic_list is NULL. ptr=%p", address);
+  if (!combinable(vic_list, "vic_list", "ERROR", vic_list) ||
+      !combinable(extra_list, "extra_list", "WARNING", vic_list))
     return 0;
-  }
-  if (!ll_is_initialized(vic_list)) {
-    LOG_ERROR("vic_list has not been initialized. ptr=%p", address);
-    return 0;
-  }
-  if (extra_list == nullptr) {
-    LOG_WARNING("extra_list is NULL. ptr=%p", address);
-    return 0;
-  }
-  if (!ll_is_initialized(extra_list)) {
-    LOG_ERROR("extra_list has not been initialized. ptr=%p", address);
-    return 0;
-  }
   LOG_TRACE("Combine Lists:");
   // Duplicates are kept: the priority walk merges them.
   for (const short_video_desc_t *mode :
@@ -557,7 +560,7 @@ constexpr audio_mask_bit kAudioMaskBits[] = {
 };
 constexpr uint32_t kAllAudioFormats = 0xFFFFFFFF;
 
-constexpr uint32_t kAudioPcm = 1;
+constexpr uint32_t kAudioPcm = edc::kAudioLpcm;
 
 // The basic audio every HDMI sink must take: two-channel PCM at 32, 44.1 or
 // 48 kHz (CTA-861); the entry added when none is offered has all three
@@ -586,28 +589,28 @@ bool sink_takes(const short_audio_desc_t &e, const short_audio_desc_t &d) {
 // the sink takes when the sink filter is on.
 bool add_platform_formats(edid_t *sink, bool sink_filter, ll_list_t *ret_list,
                           platform_values_t *values) {
-  constexpr const char *kFunc = "_filter_audio_formats";
-  LOG_TRACE_AS(kFunc, "\tReading the platform audio modes:");
+  LOG_TRACE_AS(kFilterAudioFormats, "\tReading the platform audio modes:");
   for (const int32_t *entry : edc::checked_elements<int32_t>(
-           &values->audio_list, "&platform_values->audio_list", EDC_HERE_AS(kFunc))) {
+           &values->audio_list, "&platform_values->audio_list", EDC_HERE_AS(kFilterAudioFormats))) {
     // Bits 0-7 hold descriptor byte 1, bits 8-15 byte 2, bits 16-23 byte 3.
     const auto value = static_cast<uint32_t>(*entry);
     short_audio_desc_t audio;
     if (!decode_edid_short_audio(static_cast<uint8_t>(value),
                                  static_cast<int32_t>((value >> 8) & 0xFF),
                                  static_cast<uint8_t>(value >> 16), &audio)) {
-      LOG_WARNING_AS(kFunc, "Failed decoding audio format. Val:0x%06X", value);
+      LOG_WARNING_AS(kFilterAudioFormats, "Failed decoding audio format. Val:0x%06X", value);
       continue;
     }
     if (sink_filter && !_audio_format_in_downstream_sink(sink, &audio)) {
-      LOG_TRACE_AS(kFunc, "\t\tFormat not in downstream as requested. Ignoring");
+      LOG_TRACE_AS(kFilterAudioFormats, "\t\tFormat not in downstream as requested. Ignoring");
       continue;
     }
     if (_audio_format_in_list(ret_list, &audio)) {
-      LOG_TRACE_AS(kFunc, "\t\tFormat is a duplicate. Ignoring.");
+      LOG_TRACE_AS(kFilterAudioFormats, "\t\tFormat is a duplicate. Ignoring.");
       continue;
     }
-    if (edc::append_copy(ret_list, audio, EDC_HERE_AS(kFunc)) == nullptr) return false;
+    if (edc::append_copy(ret_list, audio, EDC_HERE_AS(kFilterAudioFormats)) == nullptr)
+      return false;
   }
   return true;
 }
@@ -615,16 +618,16 @@ bool add_platform_formats(edid_t *sink, bool sink_filter, ll_list_t *ret_list,
 // The sink's formats as they are (pass-through 1 and 2); in mode 1 only
 // those the platform's formats do not cover already.
 bool add_sink_formats(edid_t *sink, int32_t pass_through, ll_list_t *ret_list) {
-  constexpr const char *kFunc = "_filter_audio_formats";
-  LOG_TRACE_AS(kFunc, "\tExamining downstream audio formats:");
+  LOG_TRACE_AS(kFilterAudioFormats, "\tExamining downstream audio formats:");
   for (short_audio_desc_t *audio : edc::checked_elements<short_audio_desc_t>(
-           &sink->audio_list, "&edid->audio_list", EDC_HERE_AS(kFunc))) {
+           &sink->audio_list, "&edid->audio_list", EDC_HERE_AS(kFilterAudioFormats))) {
     if (pass_through == 1 && _audio_format_in_list(ret_list, audio)) {
-      LOG_TRACE_AS(kFunc, "\t\t -->Format is a duplicate. Ignoring.");
+      LOG_TRACE_AS(kFilterAudioFormats, "\t\t -->Format is a duplicate. Ignoring.");
       continue;
     }
-    LOG_TRACE_AS(kFunc, "\t\t -->Adding mode.\n");
-    if (edc::append_copy(ret_list, *audio, EDC_HERE_AS(kFunc)) == nullptr) return false;
+    LOG_TRACE_AS(kFilterAudioFormats, "\t\t -->Adding mode.\n");
+    if (edc::append_copy(ret_list, *audio, EDC_HERE_AS(kFilterAudioFormats)) == nullptr)
+      return false;
   }
   return true;
 }
@@ -632,20 +635,19 @@ bool add_sink_formats(edid_t *sink, int32_t pass_through, ll_list_t *ret_list) {
 // HDMI requires basic audio: keep the first two-channel PCM entry at 32,
 // 44.1 or 48 kHz, or put one in front.
 bool ensure_basic_audio(ll_list_t *ret_list) {
-  constexpr const char *kFunc = "_filter_audio_formats";
   int32_t index = 0;
-  for (const short_audio_desc_t *audio :
-       edc::checked_elements<short_audio_desc_t>(ret_list, "ret_list", EDC_HERE_AS(kFunc))) {
-    LOG_TRACE_AS(kFunc, "\tEntry:%d Channels:%d", index++, as_int(audio->channels));
+  for (const short_audio_desc_t *audio : edc::checked_elements<short_audio_desc_t>(
+           ret_list, "ret_list", EDC_HERE_AS(kFilterAudioFormats))) {
+    LOG_TRACE_AS(kFilterAudioFormats, "\tEntry:%d Channels:%d", index++, as_int(audio->channels));
     if (audio->format == kAudioPcm && audio->channels == 2 &&
         (audio->sample_rates & kBasicAudioRates) != 0) {
-      LOG_TRACE_AS(kFunc, "\tFound a \"basic audio\" PCM 2-chan entry.");
+      LOG_TRACE_AS(kFilterAudioFormats, "\tFound a \"basic audio\" PCM 2-chan entry.");
       return true;
     }
   }
-  LOG_TRACE_AS(kFunc, "\tNo \"basic audio\" PCM 2-chan entry found. Adding one.");
-  return edc::insert_copy(ret_list, kBasicAudio, edc::list_end::front, EDC_HERE_AS(kFunc)) !=
-         nullptr;
+  LOG_TRACE_AS(kFilterAudioFormats, "\tNo \"basic audio\" PCM 2-chan entry found. Adding one.");
+  return edc::insert_copy(ret_list, kBasicAudio, edc::list_end::front,
+                          EDC_HERE_AS(kFilterAudioFormats)) != nullptr;
 }
 
 }  // namespace
@@ -706,10 +708,7 @@ void _filter_audio_list_with_mask(ll_list_t *list, uint32_t mask) {
 // Two PCM entries match when the list's has at least the channels; other
 // formats when the codes are equal.
 bool _audio_format_in_list(ll_list_t *list, short_audio_desc_t *audio) {
-  if (audio == nullptr) {
-    LOG_ERROR("\"audio\" parameter is NULL. audio:%p", static_cast<void *>(audio));
-    return false;
-  }
+  if (!edc::argument_present(audio, "audio", EDC_HERE)) return false;
   for (const short_audio_desc_t *entry :
        edc::checked_elements<short_audio_desc_t>(list, "list", EDC_HERE)) {
     const bool both_pcm = entry->format == kAudioPcm && audio->format == kAudioPcm;
@@ -722,11 +721,9 @@ bool _audio_format_in_list(ll_list_t *list, short_audio_desc_t *audio) {
 
 // On a match, audio is narrowed to what the sink's entry takes.
 bool _audio_format_in_downstream_sink(edid_t *edid, short_audio_desc_t *audio) {
-  if (edid == nullptr || audio == nullptr) {
-    LOG_ERROR("Function called with a NULL argument. edid:%p audio:%p", static_cast<void *>(edid),
-              static_cast<void *>(audio));
+  if (!edc::argument_present(edid, "edid", EDC_HERE) ||
+      !edc::argument_present(audio, "audio", EDC_HERE))
     return false;
-  }
   for (const short_audio_desc_t *entry : edc::checked_elements<short_audio_desc_t>(
            &edid->audio_list, "&edid->audio_list", EDC_HERE)) {
     if (!sink_takes(*entry, *audio)) continue;
@@ -743,12 +740,10 @@ bool _audio_format_in_downstream_sink(edid_t *edid, short_audio_desc_t *audio) {
 
 bool _filter_audio_formats(edid_t *edid, uint32_t audio_mask, bool sink_filter, ll_list_t *ret_list,
                            platform_values_t *platform_values) {
-  if (edid == nullptr || ret_list == nullptr || platform_values == nullptr) {
-    LOG_BUG("Function called with a NULL argument. edid:%p ret_list:%p platform_values:%p",
-            static_cast<void *>(edid), static_cast<void *>(ret_list),
-            static_cast<void *>(platform_values));
+  if (!edc::argument_present(edid, "edid", EDC_HERE) ||
+      !edc::argument_present(ret_list, "ret_list", EDC_HERE) ||
+      !edc::argument_present(platform_values, "platform_values", EDC_HERE))
     return false;
-  }
   const int32_t pass_through = platform_values->audio_pass_through;
   LOG_TRACE("Create Audio mode list:");
   LOG_TRACE("\tExamining platform audio formats:");
@@ -769,8 +764,6 @@ bool _filter_audio_formats(edid_t *edid, uint32_t audio_mask, bool sink_filter, 
 // ===========================================================================
 
 namespace {
-
-constexpr const char kPopulateNewEdid[] = "_populate_new_edid";
 
 // Copies a text field, cut so that it stays terminated.
 template <size_t N, size_t M>
@@ -807,7 +800,7 @@ void set_identity(edid_t *fresh, const platform_values_t &values) {
 
 // The device's own latency plus the television's; a value above 500 ms on
 // either side claims none (65535).
-constexpr uint16_t kMaxLatencyMs = 500;
+constexpr uint16_t kMaxLatencyMs = edc::kMaxLatencyMs;
 constexpr uint16_t kNoLatency = 65535;
 uint16_t total_latency(uint32_t own, uint16_t downstream) {
   const auto device = static_cast<uint16_t>(own & 0xFFFF);
@@ -1082,12 +1075,11 @@ extern "C" {
 uint8_t _populate_new_edid(edid_t *new_edid, ll_list_t *modes, edid_t *edid, uint8_t port,
                            int32_t setting_3d, uint32_t *edid_latency,
                            platform_values_t *platform_values) {
-  if (new_edid == nullptr || modes == nullptr || edid == nullptr || platform_values == nullptr) {
-    LOG_BUG("Function called with a NULL argument. new_edid:%p modes:%p edid:%p platform_values:%p",
-            static_cast<void *>(new_edid), static_cast<void *>(modes), static_cast<void *>(edid),
-            static_cast<void *>(platform_values));
+  if (!edc::argument_present(new_edid, "new_edid", EDC_HERE) ||
+      !edc::argument_present(modes, "modes", EDC_HERE) ||
+      !edc::argument_present(edid, "edid", EDC_HERE) ||
+      !edc::argument_present(platform_values, "platform_values", EDC_HERE))
     return 0;
-  }
   edid_t *fresh = new_edid;
   const edid_t &sink = *edid;
   const platform_values_t &values = *platform_values;
@@ -1136,8 +1128,6 @@ uint8_t _populate_new_edid(edid_t *new_edid, ll_list_t *modes, edid_t *edid, uin
 
 namespace {
 
-constexpr uint32_t kNewEdidSize = 2 * kEdidBlockSize;
-
 // The records of one composition, released together, in this order, on
 // every path: the television's decoded record, the new record, the mode
 // list and the platform values read for this call. Only what was made
@@ -1173,12 +1163,11 @@ void decode_sink(const uint8_t *edid_block, int32_t edid_bytes, edid_t *sink) {
   if (sink->num_extensions == 0) return;
   LOG_TRACE_AS(kComposeEdidInternal, "Decode EDID Block 1");
   // Bytes the caller did not give are shown, and decoded, as zeros.
-  std::array<uint8_t, kEdidBlockSize> extension{};
-  const uint32_t given = size - kEdidBlockSize;
-  memcpy(extension.data(), edid_block + kEdidBlockSize,
-         given < kEdidBlockSize ? given : kEdidBlockSize);
+  std::array<uint8_t, kBlockSize> extension{};
+  const uint32_t given = size - kBlockSize;
+  memcpy(extension.data(), edid_block + kBlockSize, given < kBlockSize ? given : kBlockSize);
   _dump_raw_edid_block(extension.data(), 1);
-  if (!decode_edid_extensions(edid_block + kEdidBlockSize, given, sink))
+  if (!decode_edid_extensions(edid_block + kBlockSize, given, sink))
     LOG_ERROR_AS(kComposeEdidInternal, "Failed decoding the extension. Continuing.");
 }
 
@@ -1199,7 +1188,7 @@ void check_new_edid(const uint8_t *new_edid_block) {
   });
   if (!decode_edid_block_0(new_edid_block, &check))
     LOG_WARNING_AS(kComposeEdidInternal, "Failed decoding the new edid block 0.");
-  else if (!decode_edid_extensions(new_edid_block + kEdidBlockSize, kEdidBlockSize, &check))
+  else if (!decode_edid_extensions(new_edid_block + kBlockSize, kBlockSize, &check))
     LOG_WARNING_AS(kComposeEdidInternal, "Failed decoding the new edid extension.");
 }
 
@@ -1253,11 +1242,11 @@ bool compose_edid_internal(const uint8_t *edid_block, int32_t edid_bytes, uint8_
         "creation. edid_block:%p",
         static_cast<const void *>(edid_block));
     read_sink = false;
-  } else if (edid_bytes <= 0 || edid_bytes % static_cast<int32_t>(kEdidBlockSize) != 0) {
+  } else if (edid_bytes <= 0 || edid_bytes % static_cast<int32_t>(kBlockSize) != 0) {
     LOG_TRACE(
         "Edid is not an valid value. edid_bytes=%d Range=(%d-%d) Skipping edid reading and "
         "proceeding with creation.",
-        edid_bytes, as_int(kEdidBlockSize), as_int(kNewEdidSize));
+        edid_bytes, as_int(kBlockSize), as_int(kTwoBlocks));
     read_sink = false;
   }
   if (new_edid_block == nullptr) {
@@ -1266,9 +1255,9 @@ bool compose_edid_internal(const uint8_t *edid_block, int32_t edid_bytes, uint8_
         static_cast<void *>(new_edid_block));
     return false;
   }
-  if (new_size < kEdidBlockSize || new_size > kNewEdidSize) {
+  if (new_size < kBlockSize || new_size > kTwoBlocks) {
     LOG_ERROR("New EDID size is not an valid value. Unable to proceed. edid_bytes=%d Expected=%d",
-              as_int(new_size), as_int(kNewEdidSize));
+              as_int(new_size), as_int(kTwoBlocks));
     return false;
   }
   if (cfg == nullptr) {
@@ -1295,7 +1284,7 @@ bool compose_edid_internal(const uint8_t *edid_block, int32_t edid_bytes, uint8_
     LOG_ERROR("Failed preparing edid.");
     return false;
   }
-  c.modes_ready = ll_init(&c.modes, edc::type_name<short_video_desc_t>) != 0;
+  c.modes_ready = edc::init_list_of<short_video_desc_t>(&c.modes) != 0;
   if (!c.modes_ready) {
     LOG_ERROR("Failed initializing modes.");
     return false;
@@ -1331,8 +1320,8 @@ void _dump_raw_edid_block(const uint8_t *blocks, int32_t count) {
   if (!debug_enabled() || blocks == nullptr) return;
   constexpr size_t kBytesPerLine = 16;
   for (int32_t block = 0; block < count; ++block) {
-    const uint8_t *bytes = blocks + static_cast<size_t>(block) * kEdidBlockSize;
-    for (size_t i = 0; i < kEdidBlockSize; ++i)
+    const uint8_t *bytes = blocks + static_cast<size_t>(block) * kBlockSize;
+    for (size_t i = 0; i < kBlockSize; ++i)
       printf("%02X %s", bytes[i], i % kBytesPerLine == kBytesPerLine - 1 ? "\n" : "");
     if (block + 1 < count) printf("\n");
   }

@@ -15,10 +15,12 @@
 #include "diagnostics.h"
 #include "edid_composer.h"
 #include "edid_composer_internal.h"
+#include "edid_layout.h"
 #include "linked_list.h"
 #include "platform_config.h"
 #include "typed_list.h"
 #include "utility.h"
+#include "utility_internal.h"
 
 // ===========================================================================
 // Platform mode lists
@@ -27,6 +29,8 @@
 // Lists in the platform configuration are nodes whose children are the
 // entries: one walker visits the children in the platform's order and hands
 // each value to a callback with the grammar of its kind of list.
+
+using edc::as_int;
 
 namespace {
 
@@ -37,12 +41,12 @@ constexpr size_t kValueSize = 30;       // a child's string value ...
 constexpr uint32_t kValueRequest = 29;  // ... of which the platform is asked for at most this
 
 // The four video mode lists, by the type number of _get_platform_list.
-struct VideoListKind {
+struct video_list_kind {
   const char *name;
   int32_t rate;      // Hz, for the trace
   bool is_priority;  // priority list or additional list
 };
-constexpr std::array<VideoListKind, 4> kVideoLists = {{
+constexpr std::array<video_list_kind, 4> kVideoLists = {{
     {"50_hz_priority_list", 50, true},
     {"60_hz_priority_list", 60, true},
     {"50_hz_addition_list", 50, false},
@@ -50,11 +54,11 @@ constexpr std::array<VideoListKind, 4> kVideoLists = {{
 }};
 
 // The 3D words of a video mode entry and the HDMI 3D_Structure bits they set.
-struct StereoWord {
+struct stereo_word {
   const char *word;
   uint32_t bit;
 };
-constexpr StereoWord kStereoWords[] = {
+constexpr stereo_word kstereo_words[] = {
     {"FP", EDID_STEREO_FP},     // frame packing
     {"SBSH", EDID_STEREO_SSH},  // side-by-side (half)
     {"TBH", EDID_STEREO_TBH},   // top-and-bottom
@@ -62,35 +66,35 @@ constexpr StereoWord kStereoWords[] = {
 
 // Bit of a 3D word (any case); 0 for a word that is none of them.
 uint32_t stereo_bit(const char *word) {
-  for (const StereoWord &known : kStereoWords)
+  for (const stereo_word &known : kstereo_words)
     if (strcasecmp(word, known.word) == 0) return known.bit;
   return 0;
 }
 
-// Video mode identification codes of CEA-861 that a mode list may name.
+// Video mode identification codes of CEA-861 that a mode list may name: the
+// rows of the VIC timing table.
 constexpr int32_t kMinVic = 1;
-constexpr int32_t kMaxVic = 64;
+constexpr int32_t kMaxVic = static_cast<int32_t>(g_vic_dtd_size);
 
 // Where a 4Kx2K list is stored: the target array and how many modes it holds.
-struct HdmiVicCursor {
+struct hdmi_vic_cursor {
   uint32_t *modes;
   int32_t count;
 };
 // HDMI VICs of the 4Kx2K formats (HDMI 1.4b, HDMI_VIC 1..4).
 constexpr int32_t kMax4kHdmiVic = 4;
-constexpr int32_t k4kSlots = 7;
-static_assert(sizeof(platform_values_t::priority_4k_x_2k) == k4kSlots * sizeof(uint32_t));
-static_assert(sizeof(platform_values_t::addition_4k_x_2k) == k4kSlots * sizeof(uint32_t));
+constexpr int32_t k4kSlots = static_cast<int32_t>(edc::kMaxHdmiVics);
+static_assert(sizeof(platform_values_t::priority_4k_x_2k) == edc::kMaxHdmiVics * sizeof(uint32_t));
+static_assert(sizeof(platform_values_t::addition_4k_x_2k) == edc::kMaxHdmiVics * sizeof(uint32_t));
 
 // Bits of the established and manufacturer timing bytes (VESA E-EDID 1.3,
 // bytes 0x23..0x25): bit numbers 0..7.
 constexpr int32_t kMaxTimingBit = 7;
 
-// Standard timing fields (VESA E-EDID 1.3, bytes 0x26..0x35): the horizontal
-// active pixels are stored in units of 8 and the field rate as 60..123 Hz.
-constexpr uint32_t kStdWidthUnit = 8;
-constexpr uint32_t kStdMinRate = 60;
-constexpr uint32_t kStdMaxRate = 123;
+// Standard timings store the width in units of 8 pixels and the field rate
+// as 60..123 Hz in six bits.
+constexpr uint32_t kStdMinRate = edc::kStandardTimingRefreshBias;
+constexpr uint32_t kStdMaxRate = edc::kStandardTimingRefreshBias + 63;
 
 // Reads the run of decimal digits at text[pos] (an empty run reads 0; a run
 // too long for 32 bits reads as the largest value) and steps past the run and
@@ -167,7 +171,7 @@ bool _get_generic_platform_list(const char *list_name, bool is_int, void *user_p
   constexpr int32_t kNoSuchNode = 2;
   constexpr int32_t kNoChildren = 2;
   char path[kListPathSize];
-  snprintf(path, sizeof path, "%s%s", edc::kConfigRoot, list_name);
+  edc::config_path(path, list_name);
   uint32_t node = 0;
   if (config_node_find(0, path, &node) == kNoSuchNode) {
     LOG_ERROR("Unabled to find the platform node:%s.\n", path);
@@ -255,7 +259,7 @@ bool _get_4k_x_2k_mode_callback(const char *child_name, const char *list_name, i
   (void)list_name;
   (void)string_value;
   (void)string_size;
-  auto *cursor = static_cast<HdmiVicCursor *>(user_ptr);
+  auto *cursor = static_cast<hdmi_vic_cursor *>(user_ptr);
   if (cursor == nullptr || cursor->modes == nullptr) {
     LOG_BUG("user_ptr is NULL\n");
     return false;
@@ -315,9 +319,9 @@ bool _get_std_timing_callback(const char *child_name, const char *list_name, int
   uint32_t rate = take_number(entry, pos);
   const uint32_t fraction = take_number(entry, pos);
 
-  if (width % kStdWidthUnit != 0) {
-    LOG_WARNING("Standard timing width(%d) must be a factor of 8. Entry:%s = \"%s\"",
-                static_cast<int32_t>(width), child_name, text);
+  if (width % edc::kStandardTimingWidthUnit != 0) {
+    LOG_WARNING("Standard timing width(%d) must be a factor of 8. Entry:%s = \"%s\"", as_int(width),
+                child_name, text);
     return false;
   }
   uint32_t ratio = 0;
@@ -327,21 +331,19 @@ bool _get_std_timing_callback(const char *child_name, const char *list_name, int
     LOG_WARNING(
         "Height(%d) is not in a proper ratio to width(%d). Accepted heights 1:1=>%d "
         "4:3=>%d 5:4=>%d 16:9=>%d Entry:%s\n",
-        static_cast<int32_t>(height), static_cast<int32_t>(width), static_cast<int32_t>(width),
-        static_cast<int32_t>(width * 3 / 4), static_cast<int32_t>(width * 5 / 4),
-        static_cast<int32_t>(width * 16 / 9), text);
+        as_int(height), as_int(width), as_int(width), as_int(width * 3 / 4), as_int(width * 5 / 4),
+        as_int(width * 16 / 9), text);
     return false;
   }
   if (fraction != 0) {
     LOG_WARNING(
         "Only whole refresh rates(%d.%d) are supported, ie 60 not 59.94. Incrementing "
         "refresh rate and continuing. Entry:%s\n",
-        static_cast<int32_t>(rate), static_cast<int32_t>(fraction), text);
+        as_int(rate), as_int(fraction), text);
     rate += 1;
   }
   if (rate < kStdMinRate || rate > kStdMaxRate) {
-    LOG_WARNING("Invalid Refresh rate(%d). Must be 60 to 123. Entry:%s\n",
-                static_cast<int32_t>(rate), text);
+    LOG_WARNING("Invalid Refresh rate(%d). Must be 60 to 123. Entry:%s\n", as_int(rate), text);
     return false;
   }
   const std_timing_t timing = {width, ratio, rate};
@@ -350,11 +352,11 @@ bool _get_std_timing_callback(const char *child_name, const char *list_name, int
 
 bool _get_platform_list(uint32_t type, ll_list_t *target) {
   if (type >= kVideoLists.size()) {
-    LOG_ERROR("\"type\" parameter is an invalid value. type:%d range:(%d-%d)",
-              static_cast<int32_t>(type), 0, static_cast<int32_t>(kVideoLists.size() - 1));
+    LOG_ERROR("\"type\" parameter is an invalid value. type:%d range:(%d-%d)", as_int(type), 0,
+              as_int(kVideoLists.size() - 1));
     return false;
   }
-  const VideoListKind &kind = kVideoLists[type];
+  const video_list_kind &kind = kVideoLists[type];
   if (kind.is_priority)
     LOG_TRACE("Reading %dHz priority list from platform config.", kind.rate);
   else
@@ -367,14 +369,14 @@ bool _get_platform_list(uint32_t type, ll_list_t *target) {
     LOG_ERROR(
         "A mode list (%d) is empty. Please verify that all of the video mode lists are "
         "properly populated with 3D mode formated strings.\n",
-        static_cast<int32_t>(type));
+        as_int(type));
     return false;
   }
   return true;
 }
 
 void _get_4k_x_2k_modes(const char *list_name, uint32_t *target) {
-  HdmiVicCursor cursor = {target, 0};
+  hdmi_vic_cursor cursor = {target, 0};
   _get_generic_platform_list(list_name, true, &cursor, _get_4k_x_2k_mode_callback);
 }
 
@@ -399,7 +401,7 @@ namespace {
 
 // A number key read with get_pc_int or get_pc_uint into a field of the record.
 template <typename T>
-struct NumberKey {
+struct number_key {
   const char *key;
   T min, max, default_val;
   T platform_values_t::*field;
@@ -407,7 +409,7 @@ struct NumberKey {
 
 // Keys 2..14, read with get_pc_int after native_refresh_rate. Flags are 0/1;
 // tri-states 0 clear, 1 set, 2 as the television declares.
-constexpr NumberKey<int32_t> kSignedKeys[] = {
+constexpr number_key<int32_t> kSignedKeys[] = {
     {"current_mode_set_to_priority", 0, 1, 0, &platform_values_t::current_mode_set_to_priority},
     {"audio.pass_through", 0, 2, 0, &platform_values_t::audio_pass_through},
     {"underscan", 0, 1, 0, &platform_values_t::underscan},
@@ -426,7 +428,7 @@ constexpr NumberKey<int32_t> kSignedKeys[] = {
 };
 
 // Keys 15..22, read with get_pc_uint.
-constexpr NumberKey<uint32_t> kUnsignedKeys[] = {
+constexpr number_key<uint32_t> kUnsignedKeys[] = {
     // Base block bytes 0x0A..0x11: product code, serial number, week and year
     // of manufacture (VESA E-EDID 1.3).
     {"product_id", 0, 65535, 0, &platform_values_t::product_id},
@@ -440,12 +442,12 @@ constexpr NumberKey<uint32_t> kUnsignedKeys[] = {
     {"CNC3", 0, 2, 0, &platform_values_t::cnc3},
 };
 
-void read_number_keys(platform_values_t *values, std::span<const NumberKey<int32_t>> keys) {
+void read_number_keys(platform_values_t *values, std::span<const number_key<int32_t>> keys) {
   for (const auto &k : keys)
     values->*k.field = get_pc_int(k.key, k.min, k.max, k.default_val, true);
 }
 
-void read_number_keys(platform_values_t *values, std::span<const NumberKey<uint32_t>> keys) {
+void read_number_keys(platform_values_t *values, std::span<const number_key<uint32_t>> keys) {
   for (const auto &k : keys)
     values->*k.field = get_pc_uint(k.key, k.min, k.max, k.default_val, true);
 }
@@ -468,8 +470,10 @@ constexpr const char kReadPlatformValues[] = "_read_platform_values";
 // Reads the audio entries into the record's list; false when one could not be stored.
 bool read_audio_entries(platform_values_t *values) {
   for (char letter = 'a'; letter <= 'z'; ++letter) {
+    char key[] = "audio.entry_?";
+    key[sizeof key - 2] = letter;
     char path[kAudioPathSize];
-    snprintf(path, sizeof path, "%saudio.entry_%c", edc::kConfigRoot, letter);
+    edc::config_path(path, key);
     int32_t descriptor = 0;
     if (config_get_int(0, path, &descriptor) != 0) continue;  // letters may be left out
     if (edc::append_copy(&values->audio_list, descriptor, EDC_HERE_AS(kReadPlatformValues)) ==
@@ -484,11 +488,7 @@ bool read_audio_entries(platform_values_t *values) {
 extern "C" {
 
 bool _read_platform_values(platform_values_t *platform_values) {
-  if (platform_values == nullptr) {
-    LOG_ERROR("\"platform_values\" parameter is NULL. platform_values:%p",
-              static_cast<void *>(platform_values));
-    return false;
-  }
+  if (!edc::argument_present(platform_values, "platform_values", EDC_HERE)) return false;
   platform_values_t *values = platform_values;
 
   // Clamped into 50..60 by the reader; a rate in between is neither family.

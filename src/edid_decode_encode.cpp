@@ -15,10 +15,14 @@
 #include "bits.h"
 #include "diagnostics.h"
 #include "edid_decode_encode_internal.h"
+#include "edid_layout.h"
 #include "linked_list.h"
 #include "timing_text.h"
+#include "typed_list.h"
 #include "utility.h"
 
+using namespace edc::layout;  // NOLINT: the byte formats' offsets, read field by field
+using edc::as_int;
 using edc::bit_range;
 using edc::has_bit;
 using edc::put_bit;
@@ -61,7 +65,7 @@ namespace {
 // them, with the names each message gives them.
 struct record_list {
   ll_list_t edid_t::*list;
-  const char *type;
+  edc::list_type type;
   const char *already_initialised;  // edid_prepare
   const char *not_initialised;      // edid_destroy
   const char *delete_failed;        // edid_destroy
@@ -70,57 +74,31 @@ struct record_list {
 };
 
 constexpr std::array<record_list, 4> kRecordLists = {{
-    {&edid_t::std_timings, "std_timing_t", "standard_timing_list has already been initialized.",
+    {&edid_t::std_timings, edc::list_type_of<std_timing_t>,
+     "standard_timing_list has already been initialized.",
      "List is not initialized. List:standard_timing_list.",
      "Failed deleting list: standard_timing_list.",
      "Deleted list believes it is still initialized: standard_timing_list.",
      "standard_timing_list: List not initialized."},
-    {&edid_t::dtd_list, "detailed_timing_t", "detailed_timing_list has already been initialized.",
+    {&edid_t::dtd_list, edc::list_type_of<detailed_timing_t>,
+     "detailed_timing_list has already been initialized.",
      "List is not initialized. List:detailed_timing_list.",
      "Failed deleting list: detailed_timing_list.",
      "Deleted list believes it is still initialized: detailed_timing_list.",
      "detailed_timing_list: List not initialized."},
-    {&edid_t::video_list, "short_video_desc_t",
+    {&edid_t::video_list, edc::list_type_of<short_video_desc_t>,
      "short_video_description_list has already been initialized.",
      "List is not initialized. List:short_video_description_timing_list.",
      "Failed deleting list: short_video_description_list.",
      "Deleted list believes it is still initialized: short_video_description_list.",
      "short_video_description_list: List not initialized."},
-    {&edid_t::audio_list, "short_audio_desc_t",
+    {&edid_t::audio_list, edc::list_type_of<short_audio_desc_t>,
      "short_audio_description_list has already been initialized.",
      "List is not initialized. List:short_audio_description_timing_list.",
      "Failed deleting list: short_audio_description_list.",
      "Deleted list believes it is still initialized: short_audio_description_list.",
      "short_audio_description_list: List not initialized."},
 }};
-
-// Messages of the create / fill / append idiom, which differ between callers.
-struct insertion_messages {
-  const char *create_failed;
-  const char *add_failed;
-  const char *delete_failed;
-};
-
-// Creates an entry of type T named `type`, lets fill() fill the element in
-// place and appends the entry to list; on a failure reports as func and
-// releases the entry.
-template <typename T, typename Fill>
-bool append_element(ll_list_t *list, const char *type, const insertion_messages &messages,
-                    const char *func, Fill &&fill) {
-  ll_entry_t *entry = nullptr;
-  void *data = nullptr;
-  if (!ll_create_entry(static_cast<int32_t>(sizeof(T)), &entry, &data, type)) {
-    LOG_ERROR_AS(func, "%s", messages.create_failed);
-    return false;
-  }
-  fill(*static_cast<T *>(data));
-  if (!ll_add_entry_to_back(list, entry)) {
-    LOG_ERROR_AS(func, "%s", messages.add_failed);
-    if (!ll_delete_entry(entry)) LOG_ERROR_AS(func, "%s", messages.delete_failed);
-    return false;
-  }
-  return true;
-}
 
 // The codec's check of pointer arguments, in argument order: reports the
 // first NULL one as func's error "Function called with <name> set to NULL."
@@ -129,10 +107,15 @@ struct named_pointer {
   const void *pointer;
   const char *name;
 };
-bool arguments_present(const char *func, std::initializer_list<named_pointer> arguments) {
+[[gnu::cold]] void report_missing(const char *func, const char *name) {
+  LOG_ERROR_AS(func, "Function called with %s set to NULL.", name);
+}
+// Inlined, so that on the decoding path it is a compare per argument.
+[[gnu::always_inline]] inline bool arguments_present(
+    const char *func, std::initializer_list<named_pointer> arguments) {
   for (const named_pointer &argument : arguments) {
     if (argument.pointer == nullptr) {
-      LOG_ERROR_AS(func, "Function called with %s set to NULL.", argument.name);
+      report_missing(func, argument.name);
       return false;
     }
   }
@@ -153,7 +136,7 @@ uint8_t edid_prepare(edid_t *edid) {
     }
   }
   for (const auto &l : kRecordLists) {
-    if (!ll_init(&(edid->*l.list), l.type)) {
+    if (!edc::init_list(&(edid->*l.list), l.type)) {
       LOG_ERROR("Failed initailzing list.");
       return 0;
     }
@@ -189,81 +172,42 @@ uint8_t edid_destroy(edid_t *edid) {
 
 namespace {
 
-constexpr size_t kBlockSize = 128;
-
-// VESA E-EDID 1.3 base block.
-// bytes 0x00-0x07, header 00 FF FF FF FF FF FF 00, read little-endian
-constexpr uint64_t kHeader = 0x00FFFFFFFFFFFF00ull;
-constexpr size_t kHeaderSize = 8;
-// bytes 0x08-0x09, ID manufacturer name: big-endian, three 5-bit letters
-constexpr size_t kManufacturerId = 0x08;
-// bytes 0x0A-0x0B, ID product code; 0x0C-0x0F, ID serial number (little-endian)
-constexpr size_t kProductCode = 0x0A;
-constexpr size_t kSerialNumber = 0x0C;
-// byte 0x10, week of manufacture; byte 0x11, year of manufacture - 1990
-constexpr size_t kWeek = 0x10;
-constexpr size_t kYear = 0x11;
-constexpr uint32_t kYearBase = 1990;
-// bytes 0x12-0x13, EDID version and revision
-constexpr size_t kVersion = 0x12;
-constexpr size_t kRevision = 0x13;
-// byte 0x14, video input definition: bit 7 digital
-constexpr size_t kVideoInput = 0x14;
-// bytes 0x15-0x16, maximum image size in cm; byte 0x17, gamma x 100 - 100
-constexpr size_t kHorizontalSize = 0x15;
-constexpr size_t kVerticalSize = 0x16;
-constexpr size_t kGamma = 0x17;
-// byte 0x18, feature support: bit 7 stand-by, 6 suspend, 5 active-off,
-// 2 standard sRGB colour space, 1 preferred timing mode, 0 default GTF
-constexpr size_t kFeatures = 0x18;
-// bytes 0x19-0x22, chromaticity: two bytes of low bits, then the high 8 bits
-// of red x, red y, green x, green y, blue x, blue y, white x, white y
-constexpr size_t kChromaLowRedGreen = 0x19;
-constexpr size_t kChromaLowBlueWhite = 0x1A;
-constexpr size_t kChromaHigh = 0x1B;
-// bytes 0x23-0x25, established timings I and II, manufacturer's timings
-constexpr size_t kEstablishedTimings1 = 0x23;
-constexpr size_t kEstablishedTimings2 = 0x24;
-constexpr size_t kManufacturerTimings = 0x25;
-// bytes 0x26-0x35, eight 2-byte standard timings
-constexpr size_t kStandardTimings = 0x26;
-constexpr size_t kStandardTimingSlots = 8;
-// bytes 0x36-0x7D, four 18-byte descriptors
-constexpr size_t kDescriptors = 0x36;
-constexpr size_t kDescriptorSlots = 4;
-constexpr size_t kDescriptorSize = 18;
-// byte 0x7E, extension block count; byte 0x7F, checksum
-constexpr size_t kExtensionCount = 0x7E;
-constexpr size_t kChecksum = 0x7F;
-
-// Standard timing (E-EDID 1.3 section 3.9): 0x01 0x01 marks an unused slot.
-constexpr uint8_t kUnusedStandardTiming = 0x01;
-constexpr uint32_t kStandardTimingWidthBias = 31;
-constexpr uint32_t kStandardTimingWidthUnit = 8;
-constexpr uint32_t kStandardTimingRefreshBias = 60;
-
-// Display descriptor tags (E-EDID 1.3 section 3.10.3), in byte 3 of a
-// descriptor whose pixel clock is 0.
-constexpr uint8_t kTagSerialNumber = 0xFF;
-constexpr uint8_t kTagDataString = 0xFE;
-constexpr uint8_t kTagRangeLimits = 0xFD;
-constexpr uint8_t kTagProductName = 0xFC;
-constexpr uint8_t kTagColorPoint = 0xFB;
-constexpr uint8_t kTagStandardTimings = 0xFA;
-constexpr uint8_t kTagDummy = 0x10;
-constexpr uint8_t kTagNone = 0x00;
-// Text descriptors carry 13 bytes from byte 5, ended by a line feed.
-constexpr size_t kDescriptorText = 5;
-constexpr size_t kDescriptorTextSize = 13;
-constexpr size_t kTextFieldSize = 14;
+// The record keeps a text descriptor's 13 bytes and a terminator.
+constexpr size_t kTextFieldSize = kDescriptorTextSize + 1;
 static_assert(sizeof(edid_t::monitor_name) == kTextFieldSize &&
               sizeof(edid_t::monitor_serial) == kTextFieldSize &&
               sizeof(edid_t::monitor_data) == kTextFieldSize);
-// Range limits: bytes 5-8 vertical min/max (Hz), horizontal min/max (kHz),
-// byte 9 maximum pixel clock in units of 10 MHz.
-constexpr uint32_t kRangeClockUnitMhz = 10;
-// Detailed timing: pixel clock in units of 10 kHz.
-constexpr uint32_t kPixelClockUnitHz = 10000;
+
+constexpr const char kDecodeEdidDtd[] = "_decode_edid_dtd";
+
+// A one-bit flag of the record and its bit in a byte of the formats. The
+// decoder reads a byte's flags and the encoder writes them from one table,
+// so the two agree by construction.
+struct flag_bit {
+  uint8_t edid_t::*field;
+  unsigned bit;
+};
+
+void decode_flags(uint8_t byte, std::span<const flag_bit> flags, edid_t *edid) {
+  for (const flag_bit &flag : flags) edid->*flag.field = has_bit(byte, flag.bit);
+}
+
+uint8_t encode_flags(const edid_t *edid, std::span<const flag_bit> flags) {
+  uint8_t byte = 0;
+  for (const flag_bit &flag : flags) byte |= put_bit(edid->*flag.field, flag.bit);
+  return byte;
+}
+
+// byte 0x18, feature support: bit 7 stand-by, 6 suspend, 5 active-off,
+// 2 standard sRGB colour space, 1 preferred timing mode. Bits 4-3, the
+// display type, are not kept; bit 0, default GTF, is read as a flag but
+// written as the record holds it (encode_display_parameters).
+constexpr flag_bit kFeatureFlags[] = {{&edid_t::standby, 7},
+                                      {&edid_t::suspend, 6},
+                                      {&edid_t::active_off, 5},
+                                      {&edid_t::standard_colorspace, 2},
+                                      {&edid_t::preferred_timing, 1}};
+constexpr unsigned kGtfBit = 0;
 
 uint32_t read_le16(const uint8_t *bytes) {
   return static_cast<uint32_t>(bytes[0]) | static_cast<uint32_t>(bytes[1]) << 8;
@@ -279,14 +223,15 @@ uint64_t read_header(const uint8_t *block) {
   return value;
 }
 
-// Letter codes 1..26 stand for A..Z; other codes are kept as code + 0x40.
+// Letter codes 1..26 stand for A..Z; other codes are kept as code + 0x40 too.
 void decode_vendor_product(const uint8_t *block, edid_t *edid) {
   const uint8_t high = block[kManufacturerId];
   const uint8_t low = block[kManufacturerId + 1];
   const uint32_t codes[3] = {bit_range(high, 6, 2),
                              bit_range(low, 7, 5) | bit_range(high, 1, 0) << 3,
                              bit_range(low, 4, 0)};
-  for (size_t i = 0; i < 3; ++i) edid->manufacturer_id[i] = static_cast<char>(codes[i] + 0x40);
+  for (size_t i = 0; i < 3; ++i)
+    edid->manufacturer_id[i] = static_cast<char>(codes[i] + kLetterBase);
   edid->manufacturer_id[3] = '\0';
   edid->product_id = read_le16(block + kProductCode);
   edid->serial = read_le32(block + kSerialNumber);
@@ -298,13 +243,8 @@ void decode_display_parameters(const uint8_t *block, edid_t *edid) {
   edid->h_size_cm = block[kHorizontalSize];
   edid->v_size_cm = block[kVerticalSize];
   edid->gamma = block[kGamma];
-  const uint8_t features = block[kFeatures];
-  edid->standby = has_bit(features, 7);
-  edid->suspend = has_bit(features, 6);
-  edid->active_off = has_bit(features, 5);
-  edid->standard_colorspace = has_bit(features, 2);
-  edid->preferred_timing = has_bit(features, 1);
-  edid->gtf = has_bit(features, 0);
+  decode_flags(block[kFeatures], kFeatureFlags, edid);
+  edid->gtf = has_bit(block[kFeatures], kGtfBit);
 }
 
 // Each coordinate is 10 bits: its high byte times 4 plus its two low bits.
@@ -336,13 +276,13 @@ void decode_descriptor_text(const uint8_t *dtd, char (&field)[kTextFieldSize]) {
 // the tag.
 uint8_t decode_display_descriptor(const uint8_t *dtd, edid_t *edid) {
   if (dtd[2] != 0 || dtd[4] != 0) {
-    LOG_ERROR_AS("_decode_edid_dtd",
+    LOG_ERROR_AS(kDecodeEdidDtd,
                  "Malformed DTD: The DTD's pixel clock is 0 indicating that the byte 0x2 and byte "
                  "0x4 should be zero, but they are not. Byte2:0x%02X Byte4:0x%02X",
                  static_cast<unsigned>(dtd[2]), static_cast<unsigned>(dtd[4]));
     return 0;
   }
-  switch (const uint8_t tag = dtd[3]) {
+  switch (const uint8_t tag = dtd[kDescriptorTag]) {
     case kTagSerialNumber:
       decode_descriptor_text(dtd, edid->monitor_serial);
       break;
@@ -360,16 +300,16 @@ uint8_t decode_display_descriptor(const uint8_t *dtd, edid_t *edid) {
       decode_descriptor_text(dtd, edid->monitor_name);
       break;
     case kTagColorPoint:
-      LOG_WARNING_AS("_decode_edid_dtd", "Additional monitor color point specified. Ignoring.");
+      LOG_WARNING_AS(kDecodeEdidDtd, "Additional monitor color point specified. Ignoring.");
       break;
     case kTagStandardTimings:
-      LOG_WARNING_AS("_decode_edid_dtd", "Additional standard timings specified. Ignoring.");
+      LOG_WARNING_AS(kDecodeEdidDtd, "Additional standard timings specified. Ignoring.");
       break;
     case kTagDummy:
     case kTagNone:
       break;
     default:
-      LOG_WARNING_AS("_decode_edid_dtd", "Unknown data tag within DTD timing. Ignoring. tag=0x%x",
+      LOG_WARNING_AS(kDecodeEdidDtd, "Unknown data tag within DTD timing. Ignoring. tag=0x%x",
                      static_cast<unsigned>(tag));
       break;
   }
@@ -402,7 +342,7 @@ void fill_detailed_timing(const uint8_t *dtd, uint32_t pixel_clock, detailed_tim
   timing.v_sync_positive = has_bit(flags, 2);
   const uint32_t sync_type = bit_range(flags, 4, 3);
   if (sync_type != 3)
-    LOG_TRACE_AS("_decode_edid_dtd", "Detailed timing is not set to digital. Val:0x%x Continuing.",
+    LOG_TRACE_AS(kDecodeEdidDtd, "Detailed timing is not set to digital. Val:0x%x Continuing.",
                  sync_type);
   timing.valid = 1;
 }
@@ -439,16 +379,13 @@ void _replace_all_chars(char *string, int32_t length, uint8_t find, uint8_t repl
 uint8_t _decode_edid_standard_timing(uint8_t byte1, uint8_t byte2, edid_t *edid) {
   if (!arguments_present(__func__, {{edid, "edid"}})) return 0;
   if (byte1 == kUnusedStandardTiming && byte2 == kUnusedStandardTiming) return 1;
-  static constexpr insertion_messages kMessages = {"Failed creating entry.",
-                                                   "Failed adding entry to the back of the list.",
-                                                   "Failed deleting entry."};
   // first byte: (width / 8) - 31; second byte: bits 7-6 aspect, 5-0 rate - 60
-  return append_element<std_timing_t>(
-      &edid->std_timings, "std_timing_t", kMessages, __func__, [&](std_timing_t &timing) {
-        timing.h_active = (byte1 + kStandardTimingWidthBias) * kStandardTimingWidthUnit;
-        timing.aspect_ratio = bit_range(byte2, 7, 6);
-        timing.refresh_rate = bit_range(byte2, 5, 0) + kStandardTimingRefreshBias;
-      });
+  const auto fill = [&](std_timing_t &timing) {
+    timing.h_active = (byte1 + kStandardTimingWidthBias) * kStandardTimingWidthUnit;
+    timing.aspect_ratio = bit_range(byte2, 7, 6);
+    timing.refresh_rate = bit_range(byte2, 5, 0) + kStandardTimingRefreshBias;
+  };
+  return edc::append_filled<std_timing_t>(&edid->std_timings, EDC_HERE, fill) != nullptr;
 }
 
 uint8_t _decode_edid_dtd(const uint8_t *dtd, edid_t *edid) {
@@ -457,19 +394,17 @@ uint8_t _decode_edid_dtd(const uint8_t *dtd, edid_t *edid) {
   const uint32_t pixel_clock = read_le16(dtd) * kPixelClockUnitHz;
   if (pixel_clock == 0) return decode_display_descriptor(dtd, edid);
 
-  static constexpr insertion_messages kMessages = {"Failed creating an entry.",
-                                                   "Failed adding entry to the back.",
-                                                   "Failed deleting unused entry."};
-  detailed_timing_t *added = nullptr;
-  if (!append_element<detailed_timing_t>(&edid->dtd_list, "detailed_timing_t", kMessages, __func__,
-                                         [&](detailed_timing_t &timing) {
-                                           fill_detailed_timing(dtd, pixel_clock, timing);
-                                           added = &timing;
-                                         }))
-    return 0;
-  LOG_TRACE("Added DTD: WxH=%dx%d%s pixel:%d", static_cast<int32_t>(added->h_active),
-            static_cast<int32_t>(added->v_active), added->progressive ? "p" : "i",
-            static_cast<int32_t>(added->pixel_clock));
+  static constexpr edc::insertion_messages kMessages = {"Failed creating an entry.",
+                                                        "Failed adding entry to the back.",
+                                                        "Failed deleting unused entry."};
+  const auto fill = [&](detailed_timing_t &timing) {
+    fill_detailed_timing(dtd, pixel_clock, timing);
+  };
+  const detailed_timing_t *added =
+      edc::append_filled<detailed_timing_t>(&edid->dtd_list, EDC_HERE, fill, kMessages);
+  if (added == nullptr) return 0;
+  LOG_TRACE("Added DTD: WxH=%dx%d%s pixel:%d", as_int(added->h_active), as_int(added->v_active),
+            added->progressive ? "p" : "i", as_int(added->pixel_clock));
   return 1;
 }
 
@@ -502,7 +437,7 @@ uint8_t decode_edid_block_0(const uint8_t *edid_block, edid_t *edid) {
   edid->revision = edid_block[kRevision];
   if (edid->version != 1 || edid->revision < 3) {
     LOG_ERROR("Failed EDID Version/Revision check. Expected:%d.%d Recieved:%d.%d", 1, 3,
-              static_cast<int32_t>(edid->version), static_cast<int32_t>(edid->revision));
+              as_int(edid->version), as_int(edid->revision));
     return 0;
   }
   edid->digital = has_bit(edid_block[kVideoInput], 7);
@@ -514,9 +449,8 @@ uint8_t decode_edid_block_0(const uint8_t *edid_block, edid_t *edid) {
   for (size_t slot = 0; slot < kStandardTimingSlots; ++slot) {
     const uint8_t *pair = edid_block + kStandardTimings + 2 * slot;
     if (!_decode_edid_standard_timing(pair[0], pair[1], edid)) {
-      LOG_ERROR("Failed decoding #%d standard timing. Val1:0x%x Val2:0x%x",
-                static_cast<int32_t>(slot + 1), static_cast<unsigned>(pair[0]),
-                static_cast<unsigned>(pair[1]));
+      LOG_ERROR("Failed decoding #%d standard timing. Val1:0x%x Val2:0x%x", as_int(slot + 1),
+                static_cast<unsigned>(pair[0]), static_cast<unsigned>(pair[1]));
       return 0;
     }
   }
@@ -525,7 +459,7 @@ uint8_t decode_edid_block_0(const uint8_t *edid_block, edid_t *edid) {
     if (!_decode_edid_dtd(dtd, edid)) {
       char bytes[kDescriptorSize * 5];
       format_descriptor_bytes(dtd, bytes);
-      LOG_ERROR("Failed decoding #%d DTD. %s", static_cast<int32_t>(slot), bytes);
+      LOG_ERROR("Failed decoding #%d DTD. %s", as_int(slot), bytes);
       return 0;
     }
   }
@@ -541,37 +475,18 @@ uint8_t decode_edid_block_0(const uint8_t *edid_block, edid_t *edid) {
 
 namespace {
 
-constexpr const char *kDecodeExtensions = "decode_edid_extensions";
-constexpr const char *kDecodeVendorBlock = "_decode_edid_vendor_block";
+constexpr const char kDecodeExtensions[] = "decode_edid_extensions";
+constexpr const char kDecodeVendorBlock[] = "_decode_edid_vendor_block";
 
-// CEA-861 extension block (CTA-861 section 7.5).
-// byte 0, extension tag 0x02; byte 1, revision number 3
-constexpr size_t kCeaTag = 0;
-constexpr size_t kCeaRevision = 1;
-constexpr uint8_t kCeaExtensionTag = 0x02;
-constexpr uint8_t kCeaRevision3 = 0x03;
-// byte 2, d: offset of the first detailed timing descriptor
-constexpr size_t kCeaDtdOffset = 2;
+// The largest offset d (byte 2) that the decoder accepts.
 constexpr uint32_t kMaxDtdOffset = 110;
-// byte 3: bit 7 underscan, 6 basic audio, 5 YCbCr 4:4:4, 4 YCbCr 4:2:2
-constexpr size_t kCeaSupport = 3;
-// bytes 4 to d - 1, data block collection
-constexpr size_t kCeaDataBlocks = 4;
 
-// Data block header (CTA-861 section 7.5.1): bits 7-5 tag code, 4-0 length.
-enum data_block_tag : uint32_t {
-  kTagReserved = 0,
-  kTagAudio = 1,
-  kTagVideo = 2,
-  kTagVendorSpecific = 3,
-  kTagSpeakerAllocation = 4,
-  kTagVesaDtc = 5,
-  kTagReserved6 = 6,
-  kTagExtended = 7,
-};
-// Extended tag code of the colorimetry data block (CTA-861 section 7.5.5):
-// payload byte 2 bit 0 xvYCC601, bit 1 xvYCC709.
-constexpr uint8_t kExtendedTagColorimetry = 5;
+// byte 3: bit 7 underscan, 6 basic audio, 5 YCbCr 4:4:4, 4 YCbCr 4:2:2 (bits
+// 3-0, the number of native formats, are not kept)
+constexpr flag_bit kSupportFlags[] = {{&edid_t::underscan, 7},
+                                      {&edid_t::basic_audio, 6},
+                                      {&edid_t::ycbcr444, 5},
+                                      {&edid_t::ycbcr422, 4}};
 
 uint32_t block_tag(uint8_t header) {
   return bit_range(header, 7, 5);
@@ -590,44 +505,26 @@ struct byte_view {
   bool contains(size_t i) const { return i < bytes.size(); }
 };
 
-// Short audio descriptor (CTA-861 section 7.5.2), byte 1: bits 6-3 audio
-// format code, 2-0 channels - 1; byte 2: sample rates 192..32 kHz in bits 6-0;
-// byte 3 by format: LPCM bit depths, the maximum bit rate / 8 kHz, a
-// format-dependent value, the WMA Pro profile, or the extension type code.
-constexpr uint32_t kAudioLpcm = 1;
-constexpr uint32_t kAudioWmaPro = 14;
-constexpr uint32_t kAudioExtension = 15;
-constexpr uint32_t kAudioBitRateUnitKhz = 8;
-// Extension type codes 1..3 (HE AAC, HE AAC v2, MPEG Surround) are kept as 16..18.
-constexpr uint32_t kAudioExtensionBase = 15;
-constexpr uint32_t kAudioLastExtensionCode = 3;
-
-// HDMI vendor-specific data block (HDMI 1.4b section 8.3.2), offsets from
-// the block's header byte.
-constexpr uint32_t kHdmiOui = 0x000C03;
-// bytes 1-3, IEEE OUI, least significant byte first
-constexpr size_t kVsdbOui = 1;
-constexpr uint32_t kVsdbOuiLength = 3;
-// bytes 4-5, source physical address A.B.C.D, one nibble each
-constexpr size_t kVsdbAddress = 4;
-constexpr uint32_t kVsdbMinHdmiLength = 5;
-// byte 6: bit 7 Supports_AI, 6 DC_48bit, 5 DC_36bit, 4 DC_30bit, 3 DC_Y444,
-// 0 DVI_Dual
-constexpr size_t kVsdbFlags = 6;
-// byte 7, Max_TMDS_Clock in units of 5 MHz
-constexpr size_t kVsdbTmdsClock = 7;
-constexpr uint32_t kTmdsClockUnitMhz = 5;
-// byte 8: bit 7 Latency_Fields_Present, 6 I_Latency_Fields_Present,
-// 5 HDMI_Video_present, 3-0 CNC3..CNC0
-constexpr size_t kVsdbPresence = 8;
-// bytes 9-10, Video_Latency and Audio_Latency; then the interlaced pair
-constexpr size_t kVsdbLatency = 9;
-// HDMI video byte: bit 7 3D_present, 6-5 3D_Multi_present, 4-3 Image_Size;
-// the next byte: bits 7-5 HDMI_VIC_LEN, 4-0 HDMI_3D_LEN.
-constexpr uint32_t kMaxHdmiVics = 7;
+// HDMI vendor block byte 6: bit 7 Supports_AI, 6 DC_48bit, 5 DC_36bit,
+// 4 DC_30bit, 3 DC_Y444. Bit 0, DVI_Dual, is read as a flag but written as
+// the record holds it (encode_hdmi_vsdb).
+constexpr flag_bit kVsdbFlagBits[] = {{&edid_t::supports_ai, 7},
+                                      {&edid_t::dc_48bit, 6},
+                                      {&edid_t::dc_36bit, 5},
+                                      {&edid_t::dc_30bit, 4},
+                                      {&edid_t::dc_y444, 3}};
+constexpr unsigned kDviDualBit = 0;
+// Byte 8: bit 7 Latency_Fields_Present and 6 I_Latency_Fields_Present (not
+// kept: the record's latencies say it), 5 HDMI_Video_present, 3-1 CNC3..CNC1.
+// Bit 0, CNC0, is read as a flag but written as the record holds it.
+constexpr unsigned kLatencyPresentBit = 7;
+constexpr unsigned kInterlacedLatencyPresentBit = 6;
+constexpr flag_bit kVsdbPresenceBits[] = {
+    {&edid_t::hdmi_video_present, 5}, {&edid_t::cnc3, 3}, {&edid_t::cnc2, 2}, {&edid_t::cnc1, 1}};
+constexpr unsigned kCnc0Bit = 0;
+// The HDMI video byte: bit 7 3D_present, 6-5 3D_Multi_present, 4-3
+// Image_Size; the next byte: bits 7-5 HDMI_VIC_LEN, 4-0 HDMI_3D_LEN.
 static_assert(sizeof(edid_t::hdmi_vic) / sizeof(edid_t::hdmi_vic[0]) == kMaxHdmiVics);
-// 3D_MASK and the 3D_Structure_ALL bits cover the first 16 video formats.
-constexpr int32_t kMaxMaskedFormats = 16;
 
 // 3D_Structure_ALL bit i (HDMI 1.4b table 8-19) as a stereo bit.
 // clang-format off
@@ -636,17 +533,18 @@ constexpr std::array<uint32_t, 16> _3d_struct_all_array = {
     EDID_STEREO_LD, EDID_STEREO_LDG, EDID_STEREO_TBH, 0,
     EDID_STEREO_SSH, 0, 0, 0,
     0, 0, 0, EDID_STEREO_SSH};
-
-// A per-format 3D_Structure value (HDMI 1.4b table 8-21) as a stereo bit;
-// 0 for the reserved values 7 and 9 to 15. Structure 8 (side-by-side half)
-// is followed by a 3D_Detail byte.
-constexpr std::array<uint32_t, 16> kStereoFor3dStructure = {
-    EDID_STEREO_FP, EDID_STEREO_FA, EDID_STEREO_LA, EDID_STEREO_SSF,
-    EDID_STEREO_LD, EDID_STEREO_LDG, EDID_STEREO_TBH, 0,
-    EDID_STEREO_SSH, 0, 0, 0,
-    0, 0, 0, 0};
 // clang-format on
-constexpr uint32_t k3dStructureWithDetail = 8;
+
+// A per-format 3D_Structure value (HDMI 1.4b table 8-21) as a stereo bit: the
+// same as the bits of 3D_Structure_ALL, except that 15 is reserved (bit 15
+// of 3D_Structure_ALL is side-by-side half with quincunx sub-sampling, which
+// a per-format entry gives as structure 8 with its 3D_Detail). 0 for the
+// reserved values 7 and 9 to 15.
+constexpr std::array<uint32_t, 16> kStereoFor3dStructure = [] {
+  std::array<uint32_t, 16> table = _3d_struct_all_array;
+  table[15] = 0;
+  return table;
+}();
 
 // Latencies are stored as (ms / 2) + 1, 0 meaning none given.
 uint16_t decode_latency(uint8_t stored) {
@@ -659,13 +557,8 @@ void decode_hdmi_address_and_flags(byte_view block, uint32_t length, edid_t *edi
   edid->address.c = static_cast<uint8_t>(bit_range(block[kVsdbAddress + 1], 7, 4));
   edid->address.d = static_cast<uint8_t>(bit_range(block[kVsdbAddress + 1], 3, 0));
   if (length > kVsdbFlags - 1) {
-    const uint8_t flags = block[kVsdbFlags];
-    edid->supports_ai = has_bit(flags, 7);
-    edid->dc_48bit = has_bit(flags, 6);
-    edid->dc_36bit = has_bit(flags, 5);
-    edid->dc_30bit = has_bit(flags, 4);
-    edid->dc_y444 = has_bit(flags, 3);
-    edid->dvi_dual = has_bit(flags, 0);
+    decode_flags(block[kVsdbFlags], kVsdbFlagBits, edid);
+    edid->dvi_dual = has_bit(block[kVsdbFlags], kDviDualBit);
   }
   if (length > kVsdbTmdsClock - 1) edid->max_tmds_clock = block[kVsdbTmdsClock] * kTmdsClockUnitMhz;
 }
@@ -676,19 +569,16 @@ size_t decode_hdmi_presence_and_latency(byte_view block, uint32_t length, edid_t
   size_t video = kVsdbLatency;
   if (length < kVsdbPresence) return video;
   const uint8_t presence = block[kVsdbPresence];
-  edid->cnc3 = has_bit(presence, 3);
-  edid->cnc2 = has_bit(presence, 2);
-  edid->cnc1 = has_bit(presence, 1);
-  edid->cnc0 = has_bit(presence, 0);
-  edid->hdmi_video_present = has_bit(presence, 5);
-  const bool latency = has_bit(presence, 7);
+  decode_flags(presence, kVsdbPresenceBits, edid);
+  edid->cnc0 = has_bit(presence, kCnc0Bit);
+  const bool latency = has_bit(presence, kLatencyPresentBit);
   if (latency) {
     edid->video_latency = decode_latency(block[video]);
     edid->audio_latency = decode_latency(block[video + 1]);
     video += 2;
   }
   // The interlaced pair counts only after the progressive one.
-  if (latency && has_bit(presence, 6)) {
+  if (latency && has_bit(presence, kInterlacedLatencyPresentBit)) {
     edid->interlaced_video_latency = decode_latency(block[video]);
     edid->interlaced_audio_latency = decode_latency(block[video + 1]);
     video += 2;
@@ -700,23 +590,18 @@ size_t decode_hdmi_presence_and_latency(byte_view block, uint32_t length, edid_t
 }
 
 // 3D_Structure_ALL and 3D_MASK: the structures given for all of the first 16
-// video formats that the mask selects. False when the video list failed,
-// which ends the 3D fields.
-bool apply_3d_structure_all(uint32_t structure_all, uint32_t mask, edid_t *edid) {
+// video formats that the mask selects.
+void apply_3d_structure_all(uint32_t structure_all, uint32_t mask, edid_t *edid) {
   uint32_t stereo = 0;
   for (unsigned bit = 0; bit < _3d_struct_all_array.size(); ++bit)
     if (has_bit(structure_all, bit)) stereo |= _3d_struct_all_array[bit];
-  const int32_t formats = ll_size(&edid->video_list);
-  for (int32_t i = 0; i < formats && i < kMaxMaskedFormats; ++i) {
-    void *data = nullptr;
-    if (!ll_entry_at(&edid->video_list, i, &data)) {
-      LOG_ERROR_AS(kDecodeVendorBlock, "Failed reading from an linked list. index:%d", i);
-      return false;
-    }
-    if (has_bit(mask, static_cast<unsigned>(i)))
-      static_cast<short_video_desc_t *>(data)->stereo |= stereo;
+  // The list is verified once and then walked: a fetch by index for each of
+  // the 16 formats would walk it again each time.
+  int32_t i = 0;
+  for (short_video_desc_t *format : edc::elements<short_video_desc_t>(&edid->video_list)) {
+    if (i >= kMax3dFormats) break;
+    if (has_bit(mask, static_cast<unsigned>(i++))) format->stereo |= stereo;
   }
-  return true;
 }
 
 // The per-format 3D entries in [begin, end): bits 7-4 2D_VIC_order, 3-0
@@ -733,8 +618,8 @@ void apply_3d_entries(byte_view block, size_t begin, size_t end, edid_t *edid) {
       j += entry_size;
       continue;
     }
-    void *data = nullptr;
-    if (!ll_entry_at(&edid->video_list, order, &data)) {
+    auto *format = edc::element_at<short_video_desc_t>(&edid->video_list, order);
+    if (format == nullptr) {
       LOG_ERROR_AS(kDecodeVendorBlock,
                    "The Vendor Specific Data Block (VSDB) 3D description references an index (%d) "
                    "that doesn't exist. Continuing. List len:%d",
@@ -748,7 +633,7 @@ void apply_3d_entries(byte_view block, size_t begin, size_t end, edid_t *edid) {
       j += 1;
       continue;
     }
-    static_cast<short_video_desc_t *>(data)->stereo |= stereo;
+    format->stereo |= stereo;
     j += entry_size;
   }
 }
@@ -767,11 +652,11 @@ void decode_hdmi_video(byte_view block, size_t video, edid_t *edid) {
   if (debug_enabled()) {
     LOG_TRACE_AS(kDecodeVendorBlock, " start parsing 3D and 4Kx2K stuff %s",
                  edid->hdmi_video_present ? "true" : "false");
-    LOG_TRACE_AS(kDecodeVendorBlock, " 3D_present %d", static_cast<int32_t>(edid->present_3d));
-    LOG_TRACE_AS(kDecodeVendorBlock, " 3D_multi_present %d", static_cast<int32_t>(multi_3d));
-    LOG_TRACE_AS(kDecodeVendorBlock, " image_size %d", static_cast<int32_t>(edid->image_size));
-    LOG_TRACE_AS(kDecodeVendorBlock, " 3D_len %d", static_cast<int32_t>(length_3d));
-    LOG_TRACE_AS(kDecodeVendorBlock, " 4k_2k_vic_len %d", static_cast<int32_t>(edid->hdmi_vic_len));
+    LOG_TRACE_AS(kDecodeVendorBlock, " 3D_present %d", as_int(edid->present_3d));
+    LOG_TRACE_AS(kDecodeVendorBlock, " 3D_multi_present %d", as_int(multi_3d));
+    LOG_TRACE_AS(kDecodeVendorBlock, " image_size %d", as_int(edid->image_size));
+    LOG_TRACE_AS(kDecodeVendorBlock, " 3D_len %d", as_int(length_3d));
+    LOG_TRACE_AS(kDecodeVendorBlock, " 4k_2k_vic_len %d", as_int(edid->hdmi_vic_len));
   }
   size_t at = video + 2;
   for (uint32_t i = 0; i < edid->hdmi_vic_len && i < kMaxHdmiVics; ++i)
@@ -793,7 +678,7 @@ void decode_hdmi_video(byte_view block, size_t video, edid_t *edid) {
     mask = static_cast<uint32_t>(block[at + 2]) << 8 | block[at + 3];
     read = 4;
   }
-  if (!apply_3d_structure_all(structure_all, mask, edid)) return;
+  apply_3d_structure_all(structure_all, mask, edid);
   apply_3d_entries(block, at + read, at + length_3d, edid);
 }
 
@@ -810,7 +695,7 @@ uint8_t decode_vendor_block(byte_view block, edid_t *edid) {
     LOG_ERROR_AS(kDecodeVendorBlock,
                  "Failed decoding the vendor block. Length not long enough to contain the "
                  "vendor's id. Length=%d",
-                 static_cast<int32_t>(length));
+                 as_int(length));
     return 0;
   }
   const uint32_t oui = block[kVsdbOui] | block[kVsdbOui + 1] << 8 | block[kVsdbOui + 2] << 16;
@@ -822,7 +707,7 @@ uint8_t decode_vendor_block(byte_view block, edid_t *edid) {
     LOG_ERROR_AS(kDecodeVendorBlock,
                  "Failed decoding the hdmi block. The length is required to be at least 5 bytes "
                  "long. Length=%d",
-                 static_cast<int32_t>(length));
+                 as_int(length));
     return 0;
   }
   decode_hdmi_address_and_flags(block, length, edid);
@@ -833,17 +718,10 @@ uint8_t decode_vendor_block(byte_view block, edid_t *edid) {
   return 1;
 }
 
-const insertion_messages kAudioMessages = {"Failed creating entry.",
-                                           "Failed adding entry to the back of the list.",
-                                           "Failed deleting entry."};
-const insertion_messages kVideoMessages = {"Failed creating new entry.",
-                                           "Failed adding entry to the back.",
-                                           "Failed deleting unused entry."};
-
 // Three bytes per descriptor; a length that is not a multiple of 3 takes the
 // last descriptor's missing bytes from what follows the block.
 bool decode_audio_block(byte_view block, uint32_t length, edid_t *edid) {
-  LOG_TRACE_AS(kDecodeExtensions, "Audio Data Block. Len=%d", static_cast<int32_t>(length));
+  LOG_TRACE_AS(kDecodeExtensions, "Audio Data Block. Len=%d", as_int(length));
   for (uint32_t k = 0; k < length; k += 3) {
     const uint8_t b1 = block[k + 1];
     const uint8_t b2 = block[k + 2];
@@ -854,13 +732,11 @@ bool decode_audio_block(byte_view block, uint32_t length, edid_t *edid) {
       LOG_WARNING_AS(kDecodeExtensions,
                      "Failed to decode audio format. Index:%d byte3:0x%02X byte2:0x%02X "
                      "byte1:0x%02X",
-                     static_cast<int32_t>(k), static_cast<unsigned>(b1), static_cast<unsigned>(b2),
+                     as_int(k), static_cast<unsigned>(b1), static_cast<unsigned>(b2),
                      static_cast<unsigned>(b3));
       continue;
     }
-    if (!append_element<short_audio_desc_t>(&edid->audio_list, "short_audio_desc_t", kAudioMessages,
-                                            kDecodeExtensions,
-                                            [&](short_audio_desc_t &entry) { entry = audio; }))
+    if (edc::append_copy(&edid->audio_list, audio, EDC_HERE_AS(kDecodeExtensions)) == nullptr)
       return false;
   }
   return true;
@@ -868,15 +744,17 @@ bool decode_audio_block(byte_view block, uint32_t length, edid_t *edid) {
 
 // Short video descriptors (CTA-861 section 7.5.1): bit 7 native, 6-0 VIC.
 bool decode_video_block(byte_view block, uint32_t length, edid_t *edid) {
-  LOG_TRACE_AS(kDecodeExtensions, "Video Data Block. Len=%d", static_cast<int32_t>(length));
+  static constexpr edc::insertion_messages kMessages = {"Failed creating new entry.",
+                                                        "Failed adding entry to the back.",
+                                                        "Failed deleting unused entry."};
+  LOG_TRACE_AS(kDecodeExtensions, "Video Data Block. Len=%d", as_int(length));
   for (uint32_t i = 1; i <= length; ++i) {
-    const uint8_t svd = block[i];
-    if (!append_element<short_video_desc_t>(&edid->video_list, "short_video_desc_t", kVideoMessages,
-                                            kDecodeExtensions, [&](short_video_desc_t &format) {
-                                              format.native = has_bit(svd, 7);
-                                              format.vic = bit_range(svd, 6, 0);
-                                              format.stereo = 0;
-                                            }))
+    const auto fill = [&](short_video_desc_t &format) {
+      format.native = has_bit(block[i], kSvdNativeBit);
+      format.vic = bit_range(block[i], 6, 0);
+    };
+    if (edc::append_filled<short_video_desc_t>(&edid->video_list, EDC_HERE_AS(kDecodeExtensions),
+                                               fill, kMessages) == nullptr)
       return false;
   }
   return true;
@@ -884,13 +762,12 @@ bool decode_video_block(byte_view block, uint32_t length, edid_t *edid) {
 
 // Speaker allocation (CTA-861 section 7.5.3): three payload bytes.
 void decode_speaker_block(byte_view block, uint32_t length, edid_t *edid) {
-  LOG_TRACE_AS(kDecodeExtensions, "Speaker Allocation Data Block. Len=%d",
-               static_cast<int32_t>(length));
+  LOG_TRACE_AS(kDecodeExtensions, "Speaker Allocation Data Block. Len=%d", as_int(length));
   if (length != sizeof edid->speaker) {
     LOG_WARNING_AS(kDecodeExtensions,
                    "Speaker allocation block is longer than expected. Expected=3 Actual=%d "
                    "Continuing...",
-                   static_cast<int32_t>(length));
+                   as_int(length));
     return;
   }
   for (size_t i = 0; i < sizeof edid->speaker; ++i) edid->speaker[i] = block[1 + i];
@@ -905,13 +782,13 @@ void decode_extended_block(byte_view block, uint32_t length, edid_t *edid) {
     return;
   }
   LOG_TRACE_AS(kDecodeExtensions, "Extended Data block. Ignoring. ExtTag:0x%x Len=%d",
-               static_cast<unsigned>(extended_tag), static_cast<int32_t>(length));
+               static_cast<unsigned>(extended_tag), as_int(length));
 }
 
 // One data block; false when decoding must stop (a list operation failed).
 bool decode_data_block(byte_view block, edid_t *edid) {
   const uint32_t length = block_length(block[0]);
-  const auto len = static_cast<int32_t>(length);
+  const int32_t len = as_int(length);
   switch (block_tag(block[0])) {
     case kTagReserved:
       LOG_TRACE_AS(kDecodeExtensions, "Reserved code. Len=%d", len);
@@ -939,13 +816,6 @@ bool decode_data_block(byte_view block, edid_t *edid) {
   }
 }
 
-void decode_support_flags(uint8_t support, edid_t *edid) {
-  edid->underscan = has_bit(support, 7);
-  edid->basic_audio = has_bit(support, 6);
-  edid->ycbcr444 = has_bit(support, 5);
-  edid->ycbcr422 = has_bit(support, 4);
-}
-
 }  // namespace
 
 extern "C" {
@@ -963,14 +833,14 @@ uint8_t decode_edid_short_audio(uint8_t b1, int32_t b2, uint8_t b3, short_audio_
   const uint32_t format = audio->format;
   if (format == 0) {
     LOG_ERROR("Unrecognized audio type found in audio format. Expected:1-15 Received:%d",
-              static_cast<int32_t>(format));
+              as_int(format));
     return 0;
   }
   if (format == kAudioLpcm) {
     audio->bit_depths = bit_range(b3, 2, 0);
-  } else if (format <= 8) {
+  } else if (format <= kAudioLastBitRate) {
     audio->max_bitrate = b3 * kAudioBitRateUnitKhz;
-  } else if (format < kAudioWmaPro) {
+  } else if (format <= kAudioLastValue) {
     audio->format_value = b3;
   } else if (format == kAudioWmaPro) {
     audio->profile = bit_range(b3, 2, 0);
@@ -1013,11 +883,10 @@ uint8_t decode_edid_extensions(const uint8_t *edid_extension, uint32_t edid_byte
   }
   const uint32_t dtd_offset = block[kCeaDtdOffset];
   if (dtd_offset > kMaxDtdOffset) {
-    LOG_ERROR("EDID DTD offset value is larger than the block. Offset:%d\n",
-              static_cast<int32_t>(dtd_offset));
+    LOG_ERROR("EDID DTD offset value is larger than the block. Offset:%d\n", as_int(dtd_offset));
     return 0;
   }
-  decode_support_flags(block[kCeaSupport], edid);
+  decode_flags(block[kCeaSupport], kSupportFlags, edid);
 
   // Detailed timings first, over the bytes given: with more than one
   // extension the last ones may lie in the next block. Failures are reported
@@ -1037,7 +906,7 @@ uint8_t decode_edid_extensions(const uint8_t *edid_extension, uint32_t edid_byte
           "Malformed EDID: The CEA extension data block specifies a tag with a length whose "
           "total bytes exceeds the length of the CEA extension's data block. Tag:%d Len:%d "
           "Current Byte:%d Data Block Len:%d",
-          static_cast<int32_t>(block_tag(block[at])), length, i, collection);
+          as_int(block_tag(block[at])), length, i, collection);
       return 0;
     }
     // A block may read on past its end (short audio descriptors, HDMI VICs
@@ -1072,7 +941,7 @@ constexpr short_video_desc_t _3d_man_modes[5] = {
 
 namespace {
 
-constexpr const char *kEncodeEdid = "encode_edid";
+constexpr const char kEncodeEdid[] = "encode_edid";
 
 // The encoder writes exactly one base block and one CEA-861 extension.
 constexpr int32_t kEncodedSize = 2 * static_cast<int32_t>(kBlockSize);
@@ -1085,8 +954,6 @@ constexpr uint8_t kDefaultWidthCm = 160;
 constexpr uint8_t kDefaultHeightCm = 90;
 // byte 0x18 bits 4-3, display type: 01 RGB colour
 constexpr uint32_t kRgbColourDisplay = 1;
-// Manufacturer letters: 'A' is code 1.
-constexpr int kLetterBase = 64;
 // The two detailed timings of the base block, at 0x36 and 0x48; the display
 // descriptors follow from 0x5A at a running position.
 constexpr size_t kBaseDtds = 2;
@@ -1111,21 +978,11 @@ constexpr uint32_t kExtensionDtdVic = 1;
 // Byte 0x7F of the extension is its checksum: nothing else goes there.
 constexpr size_t kExtensionContentEnd = kBlockSize + kChecksum;
 
-// Data block sizes: a payload length is 5 bits.
-constexpr uint32_t kMaxBlockLength = 31;
-// Video data block: at most 32 short video descriptors; an empty list
-// offers VIC 1. Bit 7 of a descriptor marks a native format.
-constexpr int32_t kMaxSvds = 32;
+// Video data block: an empty list offers VIC 1.
 constexpr uint8_t kDefaultSvd = 1;
-constexpr unsigned kSvdNativeBit = 7;
-// Audio data block: at most 10 short audio descriptors of 3 bytes; an empty
-// list offers 2-channel LPCM at 32, 44.1 and 48 kHz, 16 and 24 bits.
-constexpr int32_t kMaxSads = 10;
-constexpr uint32_t kSadSize = 3;
+// Audio data block: an empty list offers 2-channel LPCM at 32, 44.1 and
+// 48 kHz, 16 and 24 bits.
 constexpr short_audio_desc_t kDefaultSad = {kAudioLpcm, 2, 0x07, 0x05, 0, 0, 0};
-// Extension types are kept as formats 16..18 and written as format 15 with
-// the type code 1..3 in byte 3 bits 7-3 (HE AAC, HE AAC v2, MPEG Surround).
-constexpr uint32_t kAudioExtensionLast = kAudioExtensionBase + kAudioLastExtensionCode;
 // Colorimetry data block: byte 2 bit 0 xvYCC601, bit 1 xvYCC709; byte 3
 // metadata profile MD0.
 constexpr uint8_t kColorimetryMd0 = 0x01;
@@ -1134,15 +991,9 @@ constexpr uint32_t kColorimetryLength = 3;
 // HDMI vendor block, as written: the IEEE OUI, least significant byte first.
 constexpr std::array<uint8_t, 3> kHdmiOuiBytes = {0x03, 0x0C, 0x00};
 static_assert((kHdmiOuiBytes[0] | kHdmiOuiBytes[1] << 8 | kHdmiOuiBytes[2] << 16) == kHdmiOui);
-// The 3D entries (HDMI 1.4b section 8.3.2, 2D_VIC_order) name one of the
-// first 16 video formats.
-constexpr int32_t kMax3dFormats = 16;
 
-// Latency bytes (HDMI 1.4b section 8.3.2): (ms / 2) + 1 up to 500 ms, 255
-// for "not supported".
+// The record's latency for "not supported", written as byte 255.
 constexpr uint16_t kLatencyNotSupported = 65535;
-constexpr uint16_t kMaxLatencyMs = 500;
-constexpr uint8_t kLatencyNotSupportedByte = 255;
 
 // The per-format 3D entries written for each stereo bit, in the order they
 // are written: 3D_Structure (HDMI 1.4b table 8-21) and the trace label.
@@ -1163,6 +1014,13 @@ constexpr std::array<structure_3d, 8> k3dEntryOrder = {{
     {EDID_STEREO_TBH, 6, "TBH"},
 }};
 constexpr uint8_t k3dDetailAny = 0x00;
+static_assert(
+    [] {
+      for (const structure_3d &entry : k3dEntryOrder)
+        if (kStereoFor3dStructure[entry.structure] != entry.stereo) return false;
+      return true;
+    }(),
+    "the encoder writes each stereo bit as the structure the decoder reads back");
 
 // The largest extension the rules below can make: speaker, 32 video and 10
 // audio descriptors, a full vendor block, colorimetry and one detailed
@@ -1230,10 +1088,11 @@ void encode_display_parameters(const edid_t *edid, uint8_t *block) {
   block[kHorizontalSize] = sized ? edid->h_size_cm : kDefaultWidthCm;
   block[kVerticalSize] = sized ? edid->v_size_cm : kDefaultHeightCm;
   block[kGamma] = low_byte(edid->gamma);
-  block[kFeatures] = put_bit(edid->standby, 7) | put_bit(edid->suspend, 6) |
-                     put_bit(edid->active_off, 5) | put_bits(kRgbColourDisplay, 4, 3) |
-                     put_bit(edid->standard_colorspace, 2) | put_bit(edid->preferred_timing, 1) |
-                     edid->gtf;
+  // gtf is ORed in as the record holds it, not taken as a flag: a record
+  // whose gtf holds 2 sets bit 1 (preferred timing) and not bit 0. The byte
+  // has always been written so; keep it.
+  block[kFeatures] =
+      encode_flags(edid, kFeatureFlags) | put_bits(kRgbColourDisplay, 4, 3) | edid->gtf;
 }
 
 // The inverse of decode_chromaticity: two low bits of each coordinate in
@@ -1267,13 +1126,12 @@ bool encode_standard_timings(edid_t *edid, uint8_t *block) {
       pair[0] = pair[1] = kUnusedStandardTiming;
       continue;
     }
-    void *data = nullptr;
-    if (!ll_entry_at(&edid->std_timings, slot, &data)) {
+    const auto *timing = edc::element_at<std_timing_t>(&edid->std_timings, slot);
+    if (timing == nullptr) {
       LOG_ERROR_AS(kEncodeEdid, "Failed to locate index #%d in the list.", slot);
       ok = false;
       continue;
     }
-    const auto *timing = static_cast<const std_timing_t *>(data);
     pair[0] = low_byte(timing->h_active / kStandardTimingWidthUnit - kStandardTimingWidthBias);
     pair[1] =
         low_byte((timing->refresh_rate - kStandardTimingRefreshBias) | timing->aspect_ratio << 6);
@@ -1289,13 +1147,12 @@ bool encode_base_dtds(edid_t *edid, uint8_t *block) {
     return false;
   }
   for (int32_t i = 0; i < static_cast<int32_t>(kBaseDtds); ++i) {
-    void *data = nullptr;
-    if (!ll_entry_at(&edid->dtd_list, i, &data)) {
+    auto *timing = edc::element_at<detailed_timing_t>(&edid->dtd_list, i);
+    if (timing == nullptr) {
       LOG_ERROR_AS(kEncodeEdid, "Failed to locate index #%d in the list.", i);
       return false;
     }
-    if (!_encode_edid_dtd(block + kDescriptors + kDescriptorSize * i,
-                          static_cast<detailed_timing_t *>(data))) {
+    if (!_encode_edid_dtd(block + kDescriptors + kDescriptorSize * i, timing)) {
       LOG_ERROR_AS(kEncodeEdid, "Failed encoding DTD. index:%d Len:%d", i, count);
       return false;
     }
@@ -1315,7 +1172,7 @@ size_t encode_display_descriptors(const edid_t *edid, uint8_t *block) {
   // All 18 bytes are written: a 13-character name left its line feed on the first.
   uint8_t *limits = block + at;
   memset(limits, 0, kDescriptorText);
-  limits[3] = kTagRangeLimits;
+  limits[kDescriptorTag] = kTagRangeLimits;
   limits[5] = edid->min_v_rate;
   limits[6] = edid->max_v_rate;
   limits[7] = edid->min_h_rate;
@@ -1347,12 +1204,11 @@ bool encode_video_block(edid_t *edid, bool native_bit, edid_writer &out) {
   const size_t first = out.at;
   if (count == 0) out.put(kDefaultSvd);
   for (int32_t i = 0; i < count; ++i) {
-    void *data = nullptr;
-    if (!ll_entry_at(&edid->video_list, i, &data)) {
+    const auto *svd = edc::element_at<short_video_desc_t>(&edid->video_list, i);
+    if (svd == nullptr) {
       LOG_ERROR_AS(kEncodeEdid, "Failed trying to obtain index #%d list.", i);
       return false;
     }
-    const auto *svd = static_cast<const short_video_desc_t *>(data);
     out.put(low_byte(svd->vic) | put_bit(svd->native && native_bit, kSvdNativeBit));
   }
   if (native_bit) out.out[first] |= put_bit(1, kSvdNativeBit);
@@ -1373,23 +1229,21 @@ bool encode_audio_block(edid_t *edid, edid_writer &out) {
   if (count == 0) {
     short_audio_desc_t audio = kDefaultSad;
     if (!_encode_edid_short_audio(out.here(), &audio)) {
-      LOG_ERROR_AS(kEncodeEdid, "Failed encoding short audio. Type:%d",
-                   static_cast<int32_t>(audio.format));
+      LOG_ERROR_AS(kEncodeEdid, "Failed encoding short audio. Type:%d", as_int(audio.format));
       return false;
     }
     out.at += kSadSize;
     return true;
   }
   for (int32_t i = 0; i < count; ++i) {
-    void *data = nullptr;
-    if (!ll_entry_at(&edid->audio_list, i, &data)) {
+    auto *audio = edc::element_at<short_audio_desc_t>(&edid->audio_list, i);
+    if (audio == nullptr) {
       LOG_ERROR_AS(kEncodeEdid, "Failed trying to access index #%d in the list.", i);
       return false;
     }
-    auto *audio = static_cast<short_audio_desc_t *>(data);
     if (!_encode_edid_short_audio(out.here(), audio)) {
       LOG_ERROR_AS(kEncodeEdid, "Failed encoding short audio. Index:%d Type:%d", i,
-                   static_cast<int32_t>(audio->format));
+                   as_int(audio->format));
       return false;
     }
     out.at += kSadSize;
@@ -1416,22 +1270,21 @@ bool encode_3d_entries(edid_t *edid, size_t vsdb, edid_writer &out) {
   const int32_t formats = ll_size(&edid->video_list);
   bool full = false;
   for (int32_t i = 0; i < formats && i < kMax3dFormats; ++i) {
-    void *data = nullptr;
-    if (!ll_entry_at(&edid->video_list, i, &data)) {
+    auto *svd = edc::element_at<short_video_desc_t>(&edid->video_list, i);
+    if (svd == nullptr) {
       LOG_ERROR_AS(kEncodeEdid, "Failed trying to obtain index #%d list.", i);
       return false;
     }
-    auto *svd = static_cast<short_video_desc_t *>(data);
     strip_mandatory_3d(svd);
     for (const structure_3d &entry : k3dEntryOrder) {
       if ((svd->stereo & entry.stereo) == 0 || full) continue;
-      const bool detail = entry.stereo == EDID_STEREO_SSH;
+      const bool detail = entry.structure == k3dStructureWithDetail;
       const size_t size = detail ? 2 : 1;
       if (out.at + size - vsdb - 1 > kMaxBlockLength) {
         LOG_WARNING_AS(kEncodeEdid,
                        "The HDMI vendor block can not hold all 3D entries. Dropping them from "
                        "order[%d] on. Max len:%d",
-                       i, static_cast<int32_t>(kMaxBlockLength));
+                       i, as_int(kMaxBlockLength));
         full = true;
         continue;
       }
@@ -1475,15 +1328,17 @@ bool encode_hdmi_vsdb(edid_t *edid, uint8_t *spa_offset, edid_writer &out) {
   const physical_address_t &address = edid->address;
   out.put(low_byte(static_cast<uint32_t>(address.a) << 4) | put_bits(address.b, 3, 0));
   out.put(low_byte(static_cast<uint32_t>(address.c) << 4) | put_bits(address.d, 3, 0));
-  out.put(put_bit(edid->supports_ai, 7) | put_bit(edid->dc_48bit, 6) | put_bit(edid->dc_36bit, 5) |
-          put_bit(edid->dc_30bit, 4) | put_bit(edid->dc_y444, 3) | edid->dvi_dual);
+  // dvi_dual here and cnc0 below are ORed in at bit 0 as the record holds
+  // them, not taken as flags: a dvi_dual of 2 sets the reserved bit 1, a cnc0
+  // of 2 sets CNC1. The bytes have always been written so; keep it.
+  out.put(encode_flags(edid, kVsdbFlagBits) | edid->dvi_dual);
   out.put(low_byte(edid->max_tmds_clock / kTmdsClockUnitMhz));
   const bool interlaced_latency =
       edid->interlaced_video_latency != 0 || edid->interlaced_audio_latency != 0;
   const bool latency = edid->video_latency != 0 || edid->audio_latency != 0 || interlaced_latency;
-  out.put(put_bit(latency, 7) | put_bit(interlaced_latency, 6) |
-          put_bit(edid->hdmi_video_present, 5) | put_bit(edid->cnc3, 3) | put_bit(edid->cnc2, 2) |
-          put_bit(edid->cnc1, 1) | edid->cnc0);
+  out.put(put_bit(latency, kLatencyPresentBit) |
+          put_bit(interlaced_latency, kInterlacedLatencyPresentBit) |
+          encode_flags(edid, kVsdbPresenceBits) | edid->cnc0);
   if (latency) {
     out.put(encode_edid_latency_value(edid->video_latency));
     out.put(encode_edid_latency_value(edid->audio_latency));
@@ -1501,6 +1356,8 @@ void encode_colorimetry_block(const edid_t *edid, edid_writer &out) {
   if (!edid->xvycc601 && !edid->xvycc709) return;
   out.put(data_block_header(kTagExtended, kColorimetryLength));
   out.put(kExtendedTagColorimetry);
+  // Written as xvycc709 x 2 + xvycc601, not as two flags: an xvycc601 of 2
+  // reads back as xvYCC709. The byte has always been written so; keep it.
   out.put(low_byte(edid->xvycc709 * 2u + edid->xvycc601));
   out.put(kColorimetryMd0);
 }
@@ -1538,7 +1395,7 @@ bool encode_extension_end(edid_t *edid, edid_writer &out) {
       LOG_WARNING_AS(kEncodeEdid,
                      "No room for the serial number descriptor in the CEA extension. Skipping it. "
                      "Offset:%d",
-                     static_cast<int32_t>(out.at - kBlockSize));
+                     as_int(out.at - kBlockSize));
     }
   }
   extension[kCeaSupport] = put_bit(edid->underscan, 7) | put_bits(kAlwaysSupported, 6, 4) |
@@ -1554,7 +1411,7 @@ extern "C" {
 uint8_t encode_edid_latency_value(uint16_t latency) {
   if (latency == kLatencyNotSupported) return kLatencyNotSupportedByte;
   if (latency > kMaxLatencyMs) {
-    LOG_TRACE("latency = %d exceed 500ms", static_cast<int32_t>(latency));
+    LOG_TRACE("latency = %d exceed 500ms", as_int(latency));
     latency = kMaxLatencyMs;
   }
   return static_cast<uint8_t>(latency / 2 + 1);
@@ -1565,7 +1422,7 @@ int32_t _encode_string(uint8_t *block, int8_t tag, const char *string) {
   const size_t length = display_text_length(string);
   if (length == 0) return 0;
   memset(block, 0, kDescriptorText);
-  block[3] = static_cast<uint8_t>(tag);
+  block[kDescriptorTag] = static_cast<uint8_t>(tag);
   memset(block + kDescriptorText, kTextPad, kDescriptorTextSize);
   memcpy(block + kDescriptorText, string, length);
   // With 13 characters this is the first byte after the descriptor.
@@ -1584,8 +1441,7 @@ uint8_t _encode_edid_dtd(uint8_t *dtd_block, detailed_timing_t *timing) {
   }
   // 25.175 MHz (VIC 1) is the lowest clock a detailed timing may carry.
   if (timing->pixel_clock < 25175000) {
-    LOG_ERROR("Called encode DTD with an invalid pixel clock:%d",
-              static_cast<int32_t>(timing->pixel_clock));
+    LOG_ERROR("Called encode DTD with an invalid pixel clock:%d", as_int(timing->pixel_clock));
     return 0;
   }
   const uint64_t clock =
@@ -1622,11 +1478,11 @@ uint8_t _encode_edid_short_audio(uint8_t *cea_block, short_audio_desc_t *audio) 
   if (!arguments_present(__func__, {{cea_block, "cea_block"}, {audio, "audio"}})) return 0;
   const uint32_t format = audio->format;
   if (format == 0 || format == kAudioExtension) {
-    LOG_ERROR("Audio type is not recognied. Type:%d", static_cast<int32_t>(format));
+    LOG_ERROR("Audio type is not recognied. Type:%d", as_int(format));
     return 0;
   }
-  if (format > kAudioExtensionLast) {
-    LOG_ERROR("Invalid extended audio type:%d", static_cast<int32_t>(format));
+  if (format > kAudioLastExtensionType) {
+    LOG_ERROR("Invalid extended audio type:%d", as_int(format));
     return 0;
   }
   // Extension types are written as format 15 with their code in byte 3, and
@@ -1637,9 +1493,9 @@ uint8_t _encode_edid_short_audio(uint8_t *cea_block, short_audio_desc_t *audio) 
   uint8_t byte3 = 0;
   if (format == kAudioLpcm)
     byte3 = put_bits(audio->bit_depths, 2, 0);
-  else if (format <= 8)
+  else if (format <= kAudioLastBitRate)
     byte3 = low_byte(audio->max_bitrate / kAudioBitRateUnitKhz);
-  else if (format < kAudioWmaPro)
+  else if (format <= kAudioLastValue)
     byte3 = low_byte(audio->format_value);
   else if (format == kAudioWmaPro)
     byte3 = low_byte(audio->profile);
@@ -1703,50 +1559,28 @@ uint8_t encode_edid(uint8_t *edid_blocks, int32_t size, edid_t *edid, uint8_t *s
 
 namespace {
 
-constexpr const char *kPrintEdidStruct = "print_edid_struct";
-
-// HDMI_VIC codes held by the record (HDMI 1.4b: HDMI_VIC_LEN is 3 bits).
-constexpr uint32_t kMaxHdmiVicCodes = sizeof(edid_t::hdmi_vic) / sizeof(edid_t::hdmi_vic[0]);
-
-int32_t as_int(uint32_t value) {
-  return static_cast<int32_t>(value);
-}
+constexpr const char kPrintEdidStruct[] = "print_edid_struct";
 
 const char *yes_no(uint32_t flag, const char *yes, const char *no) {
   return flag ? yes : no;
 }
 
-// One of the record's lists, with the names its reports give it.
+// One of the record's lists, with the name its reports give it.
+template <typename T>
 struct dump_list {
   ll_list_t edid_t::*member;
   const char *name;
-  const char *type;
 };
-constexpr dump_list kVideoList = {&edid_t::video_list, "&edid->video_list", "short_video_desc_t"};
-constexpr dump_list kAudioList = {&edid_t::audio_list, "&edid->audio_list", "short_audio_desc_t"};
-constexpr dump_list kStdTimings = {&edid_t::std_timings, "&edid->std_timings", "std_timing_t"};
-constexpr dump_list kDtdList = {&edid_t::dtd_list, "&edid->dtd_list", "detailed_timing_t"};
+constexpr dump_list<short_video_desc_t> kVideoList = {&edid_t::video_list, "&edid->video_list"};
+constexpr dump_list<short_audio_desc_t> kAudioList = {&edid_t::audio_list, "&edid->audio_list"};
+constexpr dump_list<std_timing_t> kStdTimings = {&edid_t::std_timings, "&edid->std_timings"};
+constexpr dump_list<detailed_timing_t> kDtdList = {&edid_t::dtd_list, "&edid->dtd_list"};
 
-// Checks a list before it is walked and returns how many elements it holds.
-// A list of another element type is reported and walked all the same.
-int32_t checked_size(ll_list_t *list, const dump_list &which) {
-  if (list == nullptr) {
-    LOG_BUG_AS(kPrintEdidStruct, "The list:%s of type:%s is NULL.", which.name, which.type);
-    return 0;
-  }
-  if (!ll_verify_list_type(list, which.type))
-    LOG_ERROR_AS(kPrintEdidStruct, "The list types don't match.%s", "");
-  return ll_size(list);
-}
-
-// Calls visit(index, element) for each element, head to tail.
-template <typename T, typename Visit>
-void for_each_element(ll_list_t *list, int32_t size, Visit &&visit) {
-  for (int32_t i = 0; i < size; ++i) {
-    void *data = nullptr;
-    if (!ll_entry_at(list, i, &data)) return;
-    visit(i, *static_cast<const T *>(data));
-  }
+// The walk of one of the record's lists, checked before anything of it is
+// printed: a list of another element type is reported and walked all the same.
+template <typename T>
+edc::elements<T> walk(edid_t *edid, const dump_list<T> &list) {
+  return edc::checked_elements<T>(&(edid->*list.member), list.name, EDC_HERE_AS(kPrintEdidStruct));
 }
 
 // A video format line: indent, VIC, its name, the 3D structure names and
@@ -1766,22 +1600,24 @@ void print_mandatory_3d_rows(const char *indent) {
   }
 }
 
-void print_video_formats(ll_list_t *list, int32_t size, const char *indent) {
-  for_each_element<short_video_desc_t>(list, size, [&](int32_t, const short_video_desc_t &svd) {
-    print_video_format(indent, svd.vic, svd.stereo, yes_no(svd.native, "Native", ""));
-  });
+void print_video_formats(const edc::elements<short_video_desc_t> &formats, const char *indent) {
+  for (const short_video_desc_t *svd : formats)
+    print_video_format(indent, svd->vic, svd->stereo, yes_no(svd->native, "Native", ""));
 }
 
-void print_audio_formats(ll_list_t *list, int32_t size, const char *indent) {
-  for_each_element<short_audio_desc_t>(list, size, [&](int32_t, const short_audio_desc_t &sad) {
+void print_audio_formats(const edc::elements<short_audio_desc_t> &formats, const char *indent) {
+  for (short_audio_desc_t *sad : formats) {
     printf("%s", indent);
-    short_audio_desc_t copy = sad;
-    print_audio_structure(&copy);
-  });
+    print_audio_structure(sad);
+  }
 }
 
-uint32_t hdmi_vic_count(const edid_t &edid) {
-  return edid.hdmi_vic_len < kMaxHdmiVicCodes ? edid.hdmi_vic_len : kMaxHdmiVicCodes;
+// The record's HDMI VICs, as many as HDMI_VIC_LEN says and the record holds.
+void print_hdmi_vics(const edid_t &edid, const char *indent) {
+  const uint32_t count = edid.hdmi_vic_len < kMaxHdmiVics ? edid.hdmi_vic_len : kMaxHdmiVics;
+  for (uint32_t i = 0; i < count; ++i)
+    printf("%s%d\t%s\n", indent, as_int(edid.hdmi_vic[i]),
+           hdmi_vic_string(as_int(edid.hdmi_vic[i])));
 }
 
 void print_summary(edid_t *edid) {
@@ -1791,24 +1627,21 @@ void print_summary(edid_t *edid) {
   if (edid->monitor_serial[0] != '\0') printf("\tSerial String: \"%s\"\n", edid->monitor_serial);
   if (edid->monitor_data[0] != '\0') printf("\tData String  : \"%s\"\n", edid->monitor_data);
 
-  ll_list_t *video = &(edid->*kVideoList.member);
-  const int32_t video_size = checked_size(video, kVideoList);
+  const auto video = walk(edid, kVideoList);
   printf("\n\tVics:\n");
-  print_video_formats(video, video_size, "\t  ");
+  print_video_formats(video, "\t  ");
   if (edid->hdmi_vic_len != 0) {
     printf("\n\t4k x 2k Modes:\n");
-    for (uint32_t i = 0; i < hdmi_vic_count(*edid); ++i)
-      printf("\t  %d\t%s\n", as_int(edid->hdmi_vic[i]), hdmi_vic_string(as_int(edid->hdmi_vic[i])));
+    print_hdmi_vics(*edid, "\t  ");
   }
   if (edid->present_3d) {
     printf("\n\tMandatory 3D modes:\n");
     print_mandatory_3d_rows("\t  ");
   }
-  ll_list_t *audio = &(edid->*kAudioList.member);
-  const int32_t audio_size = checked_size(audio, kAudioList);
-  if (audio_size > 0) {
+  const auto audio = walk(edid, kAudioList);
+  if (audio.size() > 0) {
     printf("\n\tAudio:\n");
-    print_audio_formats(audio, audio_size, "\t  ");
+    print_audio_formats(audio, "\t  ");
   }
   const physical_address_t &a = edid->address;
   printf("\n\tAddress=%d.%d.%d.%d\n", a.a, a.b, a.c, a.d);
@@ -1856,47 +1689,44 @@ void print_timing_bitmaps(const edid_t &edid) {
   print_est_man_type(as_int(edid.manufacturer_timings), man_timing_string, "Manufacturer Timings");
 }
 
-// Height of a standard timing from its aspect code (E-EDID 1.3 section 3.9:
-// 1:1, 4:3, 5:4, 16:9), truncated; -1 for a code outside them.
+// Height of a standard timing from its aspect code, truncated; -1 for a
+// code outside them.
 int64_t std_timing_height(const std_timing_t &timing) {
-  constexpr struct {
-    uint32_t numerator, denominator;
-  } kHeightPerWidth[] = {{1, 1}, {3, 4}, {4, 5}, {9, 16}};
-  if (timing.aspect_ratio >= std::size(kHeightPerWidth)) return -1;
-  const auto &f = kHeightPerWidth[timing.aspect_ratio];
+  if (timing.aspect_ratio >= std::size(kAspectHeightPerWidth)) return -1;
+  const aspect_fraction &f = kAspectHeightPerWidth[timing.aspect_ratio];
   return timing.h_active * f.numerator / f.denominator;
 }
 
 void print_standard_timings(edid_t *edid) {
-  ll_list_t *list = &(edid->*kStdTimings.member);
-  const int32_t size = checked_size(list, kStdTimings);
-  printf("\nStandard Timings: - %d timings\n", size);
-  for_each_element<std_timing_t>(list, size, [](int32_t, const std_timing_t &timing) {
-    printf("\t%dx", as_int(timing.h_active));
-    const int64_t height = std_timing_height(timing);
+  const auto timings = walk(edid, kStdTimings);
+  printf("\nStandard Timings: - %d timings\n", timings.size());
+  for (const std_timing_t *timing : timings) {
+    printf("\t%dx", as_int(timing->h_active));
+    const int64_t height = std_timing_height(*timing);
     if (height >= 0) printf("%d", as_int(static_cast<uint32_t>(height)));
-    printf("p%d\n", as_int(timing.refresh_rate));
-  });
+    printf("p%d\n", as_int(timing->refresh_rate));
+  }
 }
 
 // Entries keep their list position as number, so a skipped (invalid) entry
 // leaves a gap in the numbering.
 void print_detailed_timings(edid_t *edid) {
-  ll_list_t *list = &(edid->*kDtdList.member);
-  const int32_t size = checked_size(list, kDtdList);
-  printf("\nDetailed Timing Descriptions: - %d timings\n", size);
-  for_each_element<detailed_timing_t>(list, size, [](int32_t index, const detailed_timing_t &t) {
-    if (!t.valid) return;
-    const uint32_t refresh =
-        calculate_refresh_rate(t.pixel_clock, t.h_active, t.h_blanking, t.v_active, t.v_blanking);
+  const auto timings = walk(edid, kDtdList);
+  printf("\nDetailed Timing Descriptions: - %d timings\n", timings.size());
+  int32_t number = 0;
+  for (const detailed_timing_t *t : timings) {
+    const int32_t index = number++;
+    if (!t->valid) continue;
+    const uint32_t refresh = calculate_refresh_rate(t->pixel_clock, t->h_active, t->h_blanking,
+                                                    t->v_active, t->v_blanking);
     // v_active is one field's lines for an interlaced timing.
-    const uint32_t frame_lines = t.progressive ? t.v_active : t.v_active * 2;
-    printf("Timing %d: %dx%d%s%d\n", index, as_int(t.h_active), as_int(frame_lines),
-           t.progressive ? "p" : "i", as_int(refresh));
-    edc::TimingLines fields;
-    edc::describe_timing(t, fields);
+    const uint32_t frame_lines = t->progressive ? t->v_active : t->v_active * 2;
+    printf("Timing %d: %dx%d%s%d\n", index, as_int(t->h_active), as_int(frame_lines),
+           t->progressive ? "p" : "i", as_int(refresh));
+    edc::timing_lines fields;
+    edc::describe_timing(*t, refresh, fields);
     for (const auto &line : fields) printf("%s\n", line.data());
-  });
+  }
 }
 
 // Printed whether or not the base block had a range limits descriptor.
@@ -1911,10 +1741,9 @@ void print_monitor_limits(const edid_t &edid) {
 }
 
 void print_extension_formats(edid_t *edid) {
-  ll_list_t *video = &(edid->*kVideoList.member);
-  const int32_t video_size = checked_size(video, kVideoList);
-  printf("\nShort Video Codes: Num:%d\n", video_size);
-  print_video_formats(video, video_size, "\t");
+  const auto video = walk(edid, kVideoList);
+  printf("\nShort Video Codes: Num:%d\n", video.size());
+  print_video_formats(video, "\t");
   if (edid->present_3d) {
     printf("\nMandatory 3D modes: Num:%d\n",
            as_int(static_cast<uint32_t>(std::size(_3d_man_modes))));
@@ -1922,13 +1751,11 @@ void print_extension_formats(edid_t *edid) {
   }
   if (edid->hdmi_vic_len != 0) {
     printf("\n4k x 2k Modes: Num:%d\n", edid->hdmi_vic_len);
-    for (uint32_t i = 0; i < hdmi_vic_count(*edid); ++i)
-      printf("\t%d\t%s\n", as_int(edid->hdmi_vic[i]), hdmi_vic_string(as_int(edid->hdmi_vic[i])));
+    print_hdmi_vics(*edid, "\t");
   }
-  ll_list_t *audio = &(edid->*kAudioList.member);
-  const int32_t audio_size = checked_size(audio, kAudioList);
-  printf("\nShort Audio Codes: Num:%d\n", audio_size);
-  print_audio_formats(audio, audio_size, "\t");
+  const auto audio = walk(edid, kAudioList);
+  printf("\nShort Audio Codes: Num:%d\n", audio.size());
+  print_audio_formats(audio, "\t");
   printf("\nSpeaker config    = ");
   print_speaker(edid->speaker[0], edid->speaker[1], edid->speaker[2]);
 }

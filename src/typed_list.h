@@ -8,6 +8,8 @@
 //                                            entry, copy the element in, add
 //                                            it to the back, delete it again
 //                                            if the add fails
+//   append_filled<T>(&list, EDC_HERE, fill)  the same, with fill(T &) filling
+//                                            the zeroed element in place
 //   element_at<T>(&list, index)              ll_entry_at, typed
 //   for (T *e : elements<T>(&list)) ...      every element, head to tail
 //
@@ -23,35 +25,50 @@
 #include "diagnostics.h"
 #include "edid_decode_encode.h"
 #include "linked_list.h"
+#include "linked_list_internal.h"
 
 namespace edc {
 
-// The element type names, as the list and its type codes know them.
+// The element type names, as the list and its type codes know them. Only
+// these types have lists; for any other type_name<T> is null and the helpers
+// below do not compile.
 template <typename T>
-struct list_element;
+inline constexpr const char *type_name = nullptr;
 template <>
-struct list_element<std_timing_t> {
-  static constexpr const char *name = "std_timing_t";
-};
+inline constexpr const char *type_name<std_timing_t> = "std_timing_t";
 template <>
-struct list_element<detailed_timing_t> {
-  static constexpr const char *name = "detailed_timing_t";
-};
+inline constexpr const char *type_name<detailed_timing_t> = "detailed_timing_t";
 template <>
-struct list_element<short_video_desc_t> {
-  static constexpr const char *name = "short_video_desc_t";
-};
+inline constexpr const char *type_name<short_video_desc_t> = "short_video_desc_t";
 template <>
-struct list_element<short_audio_desc_t> {
-  static constexpr const char *name = "short_audio_desc_t";
-};
-template <>
-struct list_element<int32_t> {  // the platform's encoded audio descriptors
-  static constexpr const char *name = "int";
-};
+inline constexpr const char *type_name<short_audio_desc_t> = "short_audio_desc_t";
+template <>  // the platform's encoded audio descriptors
+inline constexpr const char *type_name<int32_t> = "int";
 
 template <typename T>
-constexpr const char *type_name = list_element<T>::name;
+concept list_element = (type_name<T> != nullptr);
+
+// The type codes of the names, computed when the library is compiled.
+template <list_element T>
+inline constexpr uint32_t type_code_of = type_code(type_name<T>);
+
+// A list's element type as tables of lists hold it: its name and code.
+struct list_type {
+  const char *name;
+  uint32_t code;
+};
+template <list_element T>
+inline constexpr list_type list_type_of = {type_name<T>, type_code_of<T>};
+
+inline uint8_t init_list(ll_list_t *list, const list_type &type) {
+  return init_list(list, type.name, type.code);
+}
+
+// A list of T made ready (ll_init).
+template <list_element T>
+uint8_t init_list_of(ll_list_t *list) {
+  return init_list(list, type_name<T>, type_code_of<T>);
+}
 
 // The texts of a failed insertion; they differ between the library's lists.
 struct insertion_messages {
@@ -66,19 +83,21 @@ inline constexpr insertion_messages kInsertionMessages = {
 // Where an insertion goes: the back of the list or its front.
 enum class list_end : uint8_t { back, front };
 
-// Creates an entry of T, copies element into it and links it in at the
-// given end. On a failure reports the messages at site, releases the entry
-// and gives nullptr; otherwise the element as the list now holds it.
-template <typename T>
-T *insert_copy(ll_list_t *list, const T &element, list_end end, const report_site &site,
-               const insertion_messages &messages = kInsertionMessages) {
+// Creates an entry of T, lets fill(T &) fill its zeroed element in place and
+// links it in at the given end. On a failure reports the messages at site,
+// releases the entry and gives nullptr; otherwise the element as the list
+// now holds it.
+template <list_element T, typename Fill>
+T *insert_filled(ll_list_t *list, list_end end, const report_site &site, Fill &&fill,
+                 const insertion_messages &messages = kInsertionMessages) {
   ll_entry_t *entry = nullptr;
   void *data = nullptr;
-  if (!ll_create_entry(static_cast<int32_t>(sizeof(T)), &entry, &data, type_name<T>)) {
+  if (!create_entry(static_cast<int32_t>(sizeof(T)), &entry, &data, type_name<T>,
+                    type_code_of<T>)) {
     report(site, "ERROR", "%s", messages.create_failed);
     return nullptr;
   }
-  memcpy(data, &element, sizeof(T));
+  fill(*static_cast<T *>(data));
   const uint8_t added = end == list_end::back ? ll_add_entry_to_back(list, entry)
                                               : ll_add_entry_to_front(list, entry);
   if (!added) {
@@ -89,15 +108,29 @@ T *insert_copy(ll_list_t *list, const T &element, list_end end, const report_sit
   return static_cast<T *>(data);
 }
 
-template <typename T>
+// The same with a copy of element.
+template <list_element T>
+T *insert_copy(ll_list_t *list, const T &element, list_end end, const report_site &site,
+               const insertion_messages &messages = kInsertionMessages) {
+  return insert_filled<T>(
+      list, end, site, [&](T &stored) { memcpy(&stored, &element, sizeof(T)); }, messages);
+}
+
+template <list_element T>
 T *append_copy(ll_list_t *list, const T &element, const report_site &site,
                const insertion_messages &messages = kInsertionMessages) {
   return insert_copy(list, element, list_end::back, site, messages);
 }
 
+template <list_element T, typename Fill>
+T *append_filled(ll_list_t *list, const report_site &site, Fill &&fill,
+                 const insertion_messages &messages = kInsertionMessages) {
+  return insert_filled<T>(list, list_end::back, site, fill, messages);
+}
+
 // The element at index, or nullptr when the list cannot give it (the list
 // reports why).
-template <typename T>
+template <list_element T>
 T *element_at(ll_list_t *list, int32_t index) {
   void *data = nullptr;
   return ll_entry_at(list, index, &data) ? static_cast<T *>(data) : nullptr;
@@ -105,7 +138,8 @@ T *element_at(ll_list_t *list, int32_t index) {
 
 // Every element of a list, head to tail: the list is verified once
 // (ll_size, which reports a damaged list and then gives 0) and its entries
-// are then walked directly, as many as it holds.
+// are then walked directly, as many as it holds. T may be any type the
+// caller reads the elements as (raw bytes, say).
 template <typename T>
 class elements {
  public:
@@ -140,11 +174,11 @@ class elements {
 // The walk of a list the caller was handed: a missing list is reported as a
 // bug, a list of another element type as an error (and walked all the same),
 // both under the list's name as the caller's code spells it.
-template <typename T>
+template <list_element T>
 elements<T> checked_elements(ll_list_t *list, const char *list_name, const report_site &site) {
   if (list == nullptr) {
     report(site, "BUG", "The list:%s of type:%s is NULL.", list_name, type_name<T>);
-  } else if (!ll_verify_list_type(list, type_name<T>)) {
+  } else if (!list_has_type(list, type_name<T>, type_code_of<T>)) {
     report(site, "ERROR", "The list types don't match.%s", "");
   }
   return elements<T>(list);

@@ -1,8 +1,9 @@
-// Diagnostics, the debug flag and the typed platform configuration readers.
+// The typed platform configuration readers, the VIC timing table and its
+// conversions, the names and printers of EDID codes, and the platform values
+// record.
 #include "utility.h"
 
 #include <array>
-#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -16,72 +17,29 @@
 #include "bits.h"
 #include "config_root.h"
 #include "diagnostics.h"
+#include "edid_layout.h"
 #include "platform_config.h"
 #include "timing_text.h"
+#include "typed_list.h"
 #include "utility_internal.h"
 
-namespace {
+using namespace edc::layout;  // NOLINT: audio format and aspect codes
+using edc::as_int;
 
-// Process-wide; written only by debug_enable. A plain byte that the host sets
-// before it calls the library.
-uint8_t g_debug_enabled = 0;
+namespace {
 
 // Full configuration paths are built in buffers of this size (a longer path
 // is cut silently).
 constexpr size_t kPathSize = 256;
 
-void full_path(char (&path)[kPathSize], const char *key) {
-  snprintf(path, sizeof path, "%s%s", edc::kConfigRoot, key != nullptr ? key : "");
-  path[kPathSize - 1] = '\0';
-}
-
 }  // namespace
 
 extern "C" {
 
-void diag_line(const char *severity, const char *file, int line, const char *func, const char *fmt,
-               ...) {
-  printf("%s:%d:%s() %s: ", file, line, func, severity);
-  va_list args;
-  va_start(args, fmt);
-  vprintf(fmt, args);
-  va_end(args);
-  printf("\n");
-}
-
-}  // extern "C"
-
-void edc::report(const report_site &site, const char *severity, const char *fmt, ...) {
-  printf("%s:%d:%s() %s: ", site.file, site.line, site.func, severity);
-  va_list args;
-  va_start(args, fmt);
-  vprintf(fmt, args);
-  va_end(args);
-  printf("\n");
-}
-
-extern "C" {
-
-void diag_trace(const char *func, int line, const char *fmt, ...) {
-  va_list args;
-  va_start(args, fmt);
-  vprintf(fmt, args);
-  va_end(args);
-  printf(" \t\t\t%s():%d\n", func, line);
-}
-
-void debug_enable(bool enable) {
-  g_debug_enabled = enable ? 1 : 0;
-}
-
-bool debug_enabled(void) {
-  return g_debug_enabled != 0;
-}
-
 bool get_pc_str(const char *key, char *buffer, uint32_t size, const char *default_val,
                 bool verbose) {
   char path[kPathSize];
-  full_path(path, key);
+  edc::config_path(path, key);
   if (buffer == nullptr) return false;
   if (config_get_str(0, path, buffer, size) == 0) return true;
   if (default_val == nullptr) default_val = "";
@@ -117,13 +75,13 @@ T read_number(const char *func, const char *key, T min, T max, T default_val, bo
     abort();
   }
   char path[kPathSize];
-  full_path(path, key);
+  edc::config_path(path, key);
   int32_t raw = 0;
   T value;
   if (config_get_int(0, path, &raw) != 0) {
     if (verbose)
       LOG_WARNING_AS(func, "Unable to find the platform path:%s Defaulting to:%d", path,
-                     static_cast<int32_t>(default_val));
+                     as_int(default_val));
     value = default_val;
   } else {
     value = static_cast<T>(raw);  // an unsigned read takes the 32-bit pattern
@@ -133,19 +91,17 @@ T read_number(const char *func, const char *key, T min, T max, T default_val, bo
       LOG_WARNING_AS(func,
                      "The value for platform path:%s is smaller than the minimum value. Setting "
                      "to minimum. Min:%d Val:%d Max:%d",
-                     path, static_cast<int32_t>(min), static_cast<int32_t>(value),
-                     static_cast<int32_t>(max));
+                     path, as_int(min), as_int(value), as_int(max));
     value = min;
   } else if (value > max) {
     if (verbose)
       LOG_WARNING_AS(func,
                      "The value for platform path:%s is larger than the maximum value. Setting "
                      "to maximum. Min:%d Val:%d Max:%d",
-                     path, static_cast<int32_t>(min), static_cast<int32_t>(value),
-                     static_cast<int32_t>(max));
+                     path, as_int(min), as_int(value), as_int(max));
     value = max;
   }
-  LOG_TRACE_AS(func, "Platform config read. Path:%s val:%d", path, static_cast<int32_t>(value));
+  LOG_TRACE_AS(func, "Platform config read. Path:%s val:%d", path, as_int(value));
   return value;
 }
 
@@ -171,21 +127,22 @@ int32_t get_pc_int(const char *key, int32_t min, int32_t max, int32_t default_va
 namespace {
 
 // Building blocks of the table rows below.
-enum Scan : uint8_t { I = 0, P = 1 };          // interlaced rows hold one field's lines
-enum Polarity : uint8_t { Neg = 0, Pos = 1 };  // sync polarity
+enum scan_mode : uint8_t { I = 0, P = 1 };          // interlaced rows hold one field's lines
+enum sync_polarity : uint8_t { Neg = 0, Pos = 1 };  // sync polarity
 
 // The table has no aspect field: a row's image size carries its aspect, and
 // convert_geo_to_ratio reads 4:3 or 16:9 back from it.
-struct ImageSize {
+struct image_size {
   uint32_t h_mm, v_mm;
 };
-constexpr ImageSize A4x3{531, 398};
-constexpr ImageSize A16x9{708, 398};
+constexpr image_size A4x3{531, 398};
+constexpr image_size A16x9{708, 398};
 
 constexpr vic_dtd_t row(uint32_t vic, uint32_t pixel_clock, uint32_t h_active, uint32_t h_blanking,
                         uint32_t h_sync_offset, uint32_t h_sync_width, uint32_t v_active,
                         uint32_t v_blanking, uint32_t v_sync_offset, uint32_t v_sync_width,
-                        ImageSize size, Scan scan, Polarity h_sync, Polarity v_sync) {
+                        image_size size, scan_mode scan, sync_polarity h_sync,
+                        sync_polarity v_sync) {
   vic_dtd_t entry{};
   entry.vic = vic;
   detailed_timing_t &t = entry.timing;
@@ -307,18 +264,15 @@ uint8_t convert_geo_to_ratio(uint32_t width, uint32_t height, uint32_t *ratio) {
     LOG_ERROR("\"ratio\" parameter is NULL. ratio=%p", static_cast<void *>(ratio));
     return 0;
   }
-  struct Rule {
-    uint32_t numerator, denominator, code;
-  };
-  static constexpr Rule kRules[] = {{1, 1, 0}, {3, 4, 1}, {4, 5, 2}, {9, 16, 3}};
-  for (const Rule &rule : kRules) {
-    if (width * rule.numerator / rule.denominator == height) {
-      *ratio = rule.code;
+  for (uint32_t code = 0; code < std::size(kAspectHeightPerWidth); ++code) {
+    const aspect_fraction &f = kAspectHeightPerWidth[code];
+    if (width * f.numerator / f.denominator == height) {
+      *ratio = code;
       return 1;
     }
   }
   LOG_TRACE("Got a set of values that didn't match an aspect ratio. width=%d height=%d",
-            static_cast<int32_t>(width), static_cast<int32_t>(height));
+            as_int(width), as_int(height));
   return 0;
 }
 
@@ -343,8 +297,7 @@ bool timing_aspect(const char *func, const edid_t &edid, const detailed_timing_t
   if (timing.h_image_size != 0 && timing.v_image_size != 0) {
     if (convert_geo_to_ratio(timing.h_image_size, timing.v_image_size, &aspect)) return true;
     LOG_TRACE_AS(func, "Unable to match timing size to an aspect ratio. H pixels:%d V pixels:%d",
-                 static_cast<int32_t>(timing.h_image_size),
-                 static_cast<int32_t>(timing.v_image_size));
+                 as_int(timing.h_image_size), as_int(timing.v_image_size));
     return false;
   }
   if (edid.h_size_cm == 0 || edid.v_size_cm == 0) {
@@ -355,7 +308,7 @@ bool timing_aspect(const char *func, const edid_t &edid, const detailed_timing_t
   }
   if (convert_geo_to_ratio(edid.h_size_cm, edid.v_size_cm, &aspect)) return true;
   LOG_TRACE_AS(func, "Unable to match image size to an aspect ratio. H pixels:%d V pixels:%d",
-               static_cast<int32_t>(edid.h_size_cm), static_cast<int32_t>(edid.v_size_cm));
+               as_int(edid.h_size_cm), as_int(edid.v_size_cm));
   return false;
 }
 
@@ -363,8 +316,10 @@ bool timing_aspect(const char *func, const edid_t &edid, const detailed_timing_t
 void trace_unmatched_timing(const char *func, const detailed_timing_t &t) {
   if (!debug_enabled()) return;
   LOG_TRACE_AS(func, "Unable to match Detailed Timing Description.");
-  edc::TimingLines lines;
-  edc::describe_timing(t, lines);
+  edc::timing_lines lines;
+  edc::describe_timing(
+      t, calculate_refresh_rate(t.pixel_clock, t.h_active, t.h_blanking, t.v_active, t.v_blanking),
+      lines);
   for (const auto &line : lines) LOG_TRACE_AS(func, "%s", line.data());
 }
 
@@ -388,14 +343,6 @@ bool conversion_arguments_present(const char *func, const edid_t *edid, const vo
   return true;
 }
 
-// Standard timing aspect codes as fractions height / width. CEA short video
-// formats come in 4:3 and 16:9 only.
-struct StdAspect {
-  uint32_t numerator, denominator;
-  bool short_video;
-};
-constexpr StdAspect kStdAspects[] = {{1, 1, false}, {4, 3, true}, {5, 4, false}, {16, 9, true}};
-
 }  // namespace
 
 extern "C" {
@@ -407,7 +354,7 @@ uint8_t convert_vic_to_dtd(uint32_t vic, detailed_timing_t *timing) {
   }
   if (vic == 0 || vic > g_vic_dtd_size) {
     LOG_WARNING("Invalid vic requested for conversion to a DTD. Requested VIC:%d Range:%d-%d",
-                static_cast<int32_t>(vic), 0, static_cast<int32_t>(g_vic_dtd_size));
+                as_int(vic), 0, as_int(g_vic_dtd_size));
     return 0;
   }
   *timing = g_vic_dtd[vic - 1].timing;
@@ -425,8 +372,7 @@ uint8_t convert_dtd_to_vic(edid_t *edid, detailed_timing_t *timing, uint32_t *vi
       LOG_BUG(
           "DTD table timing has a zeroed vertical/horizontal image size. index:%d "
           "h_image_size:%d v_image_size:%d",
-          static_cast<int32_t>(index), static_cast<int32_t>(row.h_image_size),
-          static_cast<int32_t>(row.v_image_size));
+          as_int(index), as_int(row.h_image_size), as_int(row.v_image_size));
       continue;
     }
     uint32_t row_aspect = 0;
@@ -434,8 +380,7 @@ uint8_t convert_dtd_to_vic(edid_t *edid, detailed_timing_t *timing, uint32_t *vi
       LOG_BUG(
           "DTD table timing failed aspect ratio calculation. index:%d h_image_size:%d "
           "v_image_size:%d",
-          static_cast<int32_t>(index), static_cast<int32_t>(row.h_image_size),
-          static_cast<int32_t>(row.v_image_size));
+          as_int(index), as_int(row.h_image_size), as_int(row.v_image_size));
       continue;
     }
     uint32_t aspect = 0;
@@ -450,15 +395,15 @@ uint8_t convert_dtd_to_vic(edid_t *edid, detailed_timing_t *timing, uint32_t *vi
 }
 
 // The standard timing becomes a progressive mode whose height is the width
-// times the aspect fraction, numerator first (so 1280 at 16:9 asks for 1280 x
-// 2275); mode_to_vic then looks it up.
+// times the aspect fraction turned over, width per height (so 1280 at 16:9
+// asks for 1280 x 2275); mode_to_vic then looks it up. CEA short video
+// formats come in 4:3 and 16:9 only.
 uint8_t convert_std_to_vic(edid_t *edid, std_timing_t *timing, uint32_t *vic) {
   if (!conversion_arguments_present(__func__, edid, timing, vic)) return 0;
   const uint32_t code = timing->aspect_ratio;
   const char *aspect_name = std_aspect_string(static_cast<int32_t>(code));
-  if (code < std::size(kStdAspects)) {
-    const StdAspect &aspect = kStdAspects[code];
-    if (!aspect.short_video) {
+  if (code < std::size(kAspectHeightPerWidth)) {
+    if (code != kAspect4x3 && code != kAspect16x9) {
       LOG_TRACE(
           "Aspect ratio of the standard timing is not a short video mode supported ratio. "
           "ratio:%s",
@@ -466,18 +411,17 @@ uint8_t convert_std_to_vic(edid_t *edid, std_timing_t *timing, uint32_t *vic) {
     } else {
       hdmi_mode_t mode{};
       mode.width = timing->h_active;
-      mode.height = timing->h_active * aspect.numerator / aspect.denominator;
+      const aspect_fraction &f = kAspectHeightPerWidth[code];
+      mode.height = timing->h_active * f.denominator / f.numerator;
       mode.interlaced = 0;
       mode.refresh_rate = timing->refresh_rate;
       if (mode_to_vic(&mode, vic)) return 1;
-      LOG_TRACE("Failed converting mode to vic. WxH=(%d,%d) Refresh:%d",
-                static_cast<int32_t>(mode.width), static_cast<int32_t>(mode.height),
-                static_cast<int32_t>(mode.refresh_rate));
+      LOG_TRACE("Failed converting mode to vic. WxH=(%d,%d) Refresh:%d", as_int(mode.width),
+                as_int(mode.height), as_int(mode.refresh_rate));
     }
   }
   LOG_TRACE("Unable to match Standard Timing. Hactive:%d Aspect Ratio:%s Refresh Rate:%d",
-            static_cast<int32_t>(timing->h_active), aspect_name,
-            static_cast<int32_t>(timing->refresh_rate));
+            as_int(timing->h_active), aspect_name, as_int(timing->refresh_rate));
   return 0;
 }
 
@@ -493,8 +437,8 @@ uint8_t mode_to_vic(hdmi_mode_t *mode, uint32_t *vic) {
     return 0;
   }
   const bool interlaced = mode->interlaced == 1;
-  LOG_TRACE("\tMode is %dx%d%s%u. Attempting to find a match.", static_cast<int32_t>(mode->width),
-            static_cast<int32_t>(mode->height), interlaced ? "i" : "p", mode->refresh_rate);
+  LOG_TRACE("\tMode is %dx%d%s%u. Attempting to find a match.", as_int(mode->width),
+            as_int(mode->height), interlaced ? "i" : "p", mode->refresh_rate);
   for (const vic_dtd_t &row : g_vic_dtd) {
     const detailed_timing_t &t = row.timing;
     if ((t.progressive == 0) != interlaced) continue;
@@ -530,40 +474,41 @@ const char *name_in(const std::array<const char *, N> &names, int64_t first, int
 }
 
 // A name for one bit of a mask.
-struct BitName {
+struct named_bit {
   uint32_t bit;
   const char *name;
 };
 
 // Name of a single-bit value, "Unknown Value" for anything else.
-const char *bit_name(std::span<const BitName> names, int32_t value) {
-  for (const BitName &entry : names)
+const char *bit_name(std::span<const named_bit> names, int32_t value) {
+  for (const named_bit &entry : names)
     if (static_cast<int64_t>(entry.bit) == value) return entry.name;
   return kUnknownValue;
 }
 
 // Appends the names of the bits set in mask, in table order, to the
 // NUL-terminated text in buffer (size bytes; cut when full).
-void append_bit_names(std::span<const BitName> names, uint32_t mask, char *buffer, size_t size) {
-  for (const BitName &entry : names) {
+void append_bit_names(std::span<const named_bit> names, uint32_t mask, char *buffer, size_t size) {
+  for (const named_bit &entry : names) {
     if ((mask & entry.bit) == 0) continue;
     const size_t used = strlen(buffer);
     snprintf(buffer + used, size - used, "%s", entry.name);
   }
 }
 
-constexpr size_t joined_length(std::span<const BitName> names) {
+constexpr size_t joined_length(std::span<const named_bit> names) {
   size_t length = 0;
-  for (const BitName &entry : names) length += std::string_view(entry.name).size();
+  for (const named_bit &entry : names) length += std::string_view(entry.name).size();
   return length;
 }
 
-constexpr std::array<const char *, 4> kStdAspectNames = {"1:1", "4:3", "5:4", "16:9"};
+constexpr std::array<const char *, std::size(kAspectHeightPerWidth)> kStdAspectNames = {
+    "1:1", "4:3", "5:4", "16:9"};
 
 // CTA-861 audio format codes 0 to 15; 16 to 18 are this library's numbers for
 // the extension types (byte 3, bits 7..3 of an extended descriptor).
 // clang-format off
-constexpr std::array<const char *, 19> kAudioFormatNames = {
+constexpr std::array<const char *, kAudioLastExtensionType + 1> kAudioFormatNames = {
     "AUDIO_TYPE_INVALID",   "PCM",      "AC3",        "MPEG1", "MP3",
     "MPEG2",                "AAC",      "DTS",        "ATRAC", "DSD",
     "EAC3/DD+",             "DTS HD",   "MLP/TrueHD", "DST",   "WMA pro",
@@ -571,24 +516,24 @@ constexpr std::array<const char *, 19> kAudioFormatNames = {
 // clang-format on
 
 // Short audio descriptor byte 2: supported sample rates, bit 0 up.
-constexpr BitName kSampleRateNames[] = {{0x01, "32kHz "},   {0x02, "44.1kHz "}, {0x04, "48kHz "},
-                                        {0x08, "88.2kHz "}, {0x10, "96kHz "},   {0x20, "176.4kHz "},
-                                        {0x40, "192kHz "}};
+constexpr named_bit kSampleRateNames[] = {
+    {0x01, "32kHz "}, {0x02, "44.1kHz "},  {0x04, "48kHz "}, {0x08, "88.2kHz "},
+    {0x10, "96kHz "}, {0x20, "176.4kHz "}, {0x40, "192kHz "}};
 
 // Short audio descriptor byte 3 of LPCM: sample sizes, bit 0 up.
-constexpr BitName kPcmBitNames[] = {{0x01, "16bits "}, {0x02, "20bits "}, {0x04, "24bits "}};
+constexpr named_bit kPcmBitNames[] = {{0x01, "16bits "}, {0x02, "20bits "}, {0x04, "24bits "}};
 
 // Speaker allocation data block payload byte 1 (bits 0-7) and byte 2 (bits 0-2).
-constexpr BitName kSpeakerNames1[] = {{0x01, "FL/FR"},    {0x02, " LFE"},    {0x04, " FC"},
-                                      {0x08, " RL/RR"},   {0x10, " RC"},     {0x20, " FLC/FRC"},
-                                      {0x40, " RLC/RRC"}, {0x80, " FLW/FRW"}};
-constexpr BitName kSpeakerNames2[] = {{0x01, " FLH/FRH"}, {0x02, " TC"}, {0x04, " FCH"}};
+constexpr named_bit kSpeakerNames1[] = {{0x01, "FL/FR"},    {0x02, " LFE"},    {0x04, " FC"},
+                                        {0x08, " RL/RR"},   {0x10, " RC"},     {0x20, " FLC/FRC"},
+                                        {0x40, " RLC/RRC"}, {0x80, " FLW/FRW"}};
+constexpr named_bit kSpeakerNames2[] = {{0x01, " FLH/FRH"}, {0x02, " TC"}, {0x04, " FCH"}};
 
 // The stereo mask of a short video descriptor (one bit per HDMI 3D_Structure).
-constexpr BitName kStereoNames[] = {{EDID_STEREO_FP, "FP"},   {EDID_STEREO_SSH, "SSH"},
-                                    {EDID_STEREO_TBH, "TBH"}, {EDID_STEREO_FA, "FA"},
-                                    {EDID_STEREO_LA, "LA"},   {EDID_STEREO_SSF, "SSF"},
-                                    {EDID_STEREO_LD, "LD"},   {EDID_STEREO_LDG, "LD+G"}};
+constexpr named_bit kStereoNames[] = {{EDID_STEREO_FP, "FP"},   {EDID_STEREO_SSH, "SSH"},
+                                      {EDID_STEREO_TBH, "TBH"}, {EDID_STEREO_FA, "FA"},
+                                      {EDID_STEREO_LA, "LA"},   {EDID_STEREO_SSF, "SSF"},
+                                      {EDID_STEREO_LD, "LD"},   {EDID_STEREO_LDG, "LD+G"}};
 
 // HDMI VSDB HDMI_VIC codes 1 to 4.
 constexpr std::array<const char *, 4> kHdmiVicNames = {"3840x2160p30Hz", "3840x2160p25Hz",
@@ -596,13 +541,13 @@ constexpr std::array<const char *, 4> kHdmiVicNames = {"3840x2160p30Hz", "3840x2
 
 // Base block bytes 0x23 (established timings I), 0x24 (II) and 0x25
 // (manufacturer's timings: bit 7 1152x870 at 75 Hz), bit 7 first.
-constexpr BitName kEstablished1Names[] = {
+constexpr named_bit kEstablished1Names[] = {
     {0x80, "720x400p70"}, {0x40, "720x400p88"}, {0x20, "640x480p60"}, {0x10, "640x480p67"},
     {0x08, "640x480p72"}, {0x04, "640x480p75"}, {0x02, "800x600p56"}, {0x01, "800x600p60"}};
-constexpr BitName kEstablished2Names[] = {
+constexpr named_bit kEstablished2Names[] = {
     {0x80, "800x600p72"},  {0x40, "800x600p75"},  {0x20, "832x624p75"},  {0x10, "1024x768p87"},
     {0x08, "1024x768p60"}, {0x04, "1024x768p70"}, {0x02, "1024x768p75"}, {0x01, "1280x1024p75"}};
-constexpr BitName kManufacturerNames[] = {{0x80, "1152x870p75"}};
+constexpr named_bit kManufacturerNames[] = {{0x80, "1152x870p75"}};
 
 // CTA-861 VICs 1 to 64, in VIC order.
 constexpr std::array<const char *, g_vic_dtd_size> kVicNames = {
@@ -641,7 +586,7 @@ static_assert(joined_length(kSampleRateNames) < kJoinedSize &&
 
 // Every name of the bits set in mask run together (or none_text for an empty
 // mask), cut to the caller's buffer; returns what snprintf asked for.
-int32_t mask_text(std::span<const BitName> names, uint32_t mask, const char *none_text,
+int32_t mask_text(std::span<const named_bit> names, uint32_t mask, const char *none_text,
                   char *string, uint32_t string_len) {
   if (mask == 0) return snprintf(string, string_len, "%s", none_text);
   char joined[kJoinedSize] = {};
@@ -651,7 +596,7 @@ int32_t mask_text(std::span<const BitName> names, uint32_t mask, const char *non
 
 // The buffer contract of the mask texts: a NULL buffer is refused; otherwise
 // the whole buffer is cleared first and one shorter than the minimum refused.
-int32_t checked_mask_text(const char *func, std::span<const BitName> names, uint32_t mask,
+int32_t checked_mask_text(const char *func, std::span<const named_bit> names, uint32_t mask,
                           const char *none_text, char *string, uint32_t string_len) {
   if (string == nullptr) {
     LOG_ERROR_AS(func, "\"string\" parameter is NULL. string:%p", static_cast<void *>(string));
@@ -659,19 +604,12 @@ int32_t checked_mask_text(const char *func, std::span<const BitName> names, uint
   }
   memset(string, 0, string_len);
   if (string_len < kMinMaskTextSize) {
-    LOG_ERROR_AS(func, "\"string_len\" invalid. string_len:%d minimum:%d",
-                 static_cast<int32_t>(string_len), static_cast<int32_t>(kMinMaskTextSize));
+    LOG_ERROR_AS(func, "\"string_len\" invalid. string_len:%d minimum:%d", as_int(string_len),
+                 as_int(kMinMaskTextSize));
     return 0;
   }
   return mask_text(names, mask, none_text, string, string_len);
 }
-
-// CTA-861 audio format codes by the field their short descriptor's byte 3 holds.
-constexpr uint32_t kAudioPcm = 1;
-constexpr uint32_t kAudioFirstBitrate = 2, kAudioLastBitrate = 8;  // AC-3 .. ATRAC
-constexpr uint32_t kAudioFirstValue = 9, kAudioLastValue = 13;     // DSD .. DST
-constexpr uint32_t kAudioWmaPro = 14;
-constexpr uint32_t kAudioFirstExtension = 16, kAudioLastExtension = 18;
 
 }  // namespace
 
@@ -709,27 +647,27 @@ int32_t print_audio_structure(short_audio_desc_t *audio) {
     return 0;
   }
   const uint32_t format = audio->format;
-  const auto code = static_cast<int32_t>(format);
+  const int32_t code = as_int(format);
   const char *name = short_audio_string(format);
-  const auto channels = static_cast<int32_t>(audio->channels);
+  const int32_t channels = as_int(audio->channels);
   char freq[100];
   audio_freq_string(audio->sample_rates, freq, sizeof freq);
   char line[200];
-  if (format == kAudioPcm) {
+  if (format == kAudioLpcm) {
     char bits[30];
     audio_pcm_bits_string(audio->bit_depths, bits, sizeof bits);
     snprintf(line, sizeof line, "Code:% 2d:%s Channels:%d Freq:%s Bits:%s", code, name, channels,
              freq, bits);
-  } else if (format >= kAudioFirstBitrate && format <= kAudioLastBitrate) {
+  } else if (format >= kAudioFirstBitRate && format <= kAudioLastBitRate) {
     snprintf(line, sizeof line, "Code:% 2d:%s Channels:%d Freq:%s Max Rate:%dkHz", code, name,
-             channels, freq, static_cast<int32_t>(audio->max_bitrate));
+             channels, freq, as_int(audio->max_bitrate));
   } else if (format >= kAudioFirstValue && format <= kAudioLastValue) {
     snprintf(line, sizeof line, "Code:% 2d:%s Channels:%d Freq:%s val:%d", code, name, channels,
-             freq, static_cast<int32_t>(audio->format_value));
+             freq, as_int(audio->format_value));
   } else if (format == kAudioWmaPro) {
     snprintf(line, sizeof line, "Code:% 2d:%s Channels:%d Freq:%s Max Profile:%d", code, name,
-             channels, freq, static_cast<int32_t>(audio->profile));
-  } else if (format >= kAudioFirstExtension && format <= kAudioLastExtension) {
+             channels, freq, as_int(audio->profile));
+  } else if (format >= kAudioFirstExtensionType && format <= kAudioLastExtensionType) {
     snprintf(line, sizeof line, "Code:% 2d:%s Channels:%d Freq:%s", code, name, channels, freq);
   } else {
     snprintf(line, sizeof line, "Code:%d Unrecognized audio code.", code);
@@ -742,7 +680,7 @@ void print_stereo_type(uint32_t stereo) {
     printf(" ");
     return;
   }
-  for (const BitName &entry : kStereoNames)
+  for (const named_bit &entry : kStereoNames)
     if ((stereo & entry.bit) != 0) printf("%s ", entry.name);
 }
 
@@ -792,28 +730,28 @@ namespace {
 
 // The record's lists in the order they are initialised and removed, with the
 // element type each holds and the bug reported when it fails.
-struct PlatformList {
+struct platform_list {
   ll_list_t platform_values_t::*list;
-  const char *type;
+  edc::list_type type;
   const char *init_failure;
   const char *removal_failure;
 };
-constexpr PlatformList kPlatformLists[] = {
-    {&platform_values_t::audio_list, "int", "Failed to initialize the platform values audio_list",
-     "Failed removing platform audio_list"},
-    {&platform_values_t::video_50_priority, "short_video_desc_t",
+constexpr platform_list kPlatformLists[] = {
+    {&platform_values_t::audio_list, edc::list_type_of<int32_t>,
+     "Failed to initialize the platform values audio_list", "Failed removing platform audio_list"},
+    {&platform_values_t::video_50_priority, edc::list_type_of<short_video_desc_t>,
      "Failed to initialize the platform values video_50_priority",
      "Failed removing platform video_50_priority"},
-    {&platform_values_t::video_50_additional, "short_video_desc_t",
+    {&platform_values_t::video_50_additional, edc::list_type_of<short_video_desc_t>,
      "Failed to initialize the platform values video_50_additional",
      "Failed removing platform video_50_additional"},
-    {&platform_values_t::video_60_priority, "short_video_desc_t",
+    {&platform_values_t::video_60_priority, edc::list_type_of<short_video_desc_t>,
      "Failed to initialize the platform values video_60_priority",
      "Failed removing platform video_60_priority"},
-    {&platform_values_t::video_60_additional, "short_video_desc_t",
+    {&platform_values_t::video_60_additional, edc::list_type_of<short_video_desc_t>,
      "Failed to initialize the platform values video_60_additional",
      "Failed removing platform video_60_additional"},
-    {&platform_values_t::std_timings, "std_timing_t",
+    {&platform_values_t::std_timings, edc::list_type_of<std_timing_t>,
      "Failed to initialize the platform values standard timings",
      "Failed removing platform values standard timings"},
 };
@@ -823,14 +761,10 @@ constexpr PlatformList kPlatformLists[] = {
 extern "C" {
 
 bool platform_values_init(platform_values_t *platform_values) {
-  if (platform_values == nullptr) {
-    LOG_ERROR("\"platform_values\" parameter is NULL. platform_values:%p",
-              static_cast<void *>(platform_values));
-    return false;
-  }
+  if (!edc::argument_present(platform_values, "platform_values", EDC_HERE)) return false;
   memset(platform_values, 0, sizeof *platform_values);
-  for (const PlatformList &entry : kPlatformLists) {
-    if (!ll_init(&(platform_values->*entry.list), entry.type)) {
+  for (const platform_list &entry : kPlatformLists) {
+    if (!edc::init_list(&(platform_values->*entry.list), entry.type)) {
       LOG_BUG("%s", entry.init_failure);
       return false;
     }
@@ -840,12 +774,8 @@ bool platform_values_init(platform_values_t *platform_values) {
 
 // Only the lists own heap storage; everything else lives in the record.
 bool platform_values_destroy(platform_values_t *platform_values) {
-  if (platform_values == nullptr) {
-    LOG_ERROR("\"platform_values\" parameter is NULL. platform_values:%p",
-              static_cast<void *>(platform_values));
-    return false;
-  }
-  for (const PlatformList &entry : kPlatformLists) {
+  if (!edc::argument_present(platform_values, "platform_values", EDC_HERE)) return false;
+  for (const platform_list &entry : kPlatformLists) {
     if (!ll_delete_list(&(platform_values->*entry.list))) {
       LOG_BUG("%s", entry.removal_failure);
       return false;

@@ -6,7 +6,9 @@
 
 #include "utility.h"
 
-// Rows in the VIC timing table: VICs 1 to 64, row n describing VIC n.
+// Rows in the VIC timing table: VICs 1 to 64, row n describing VIC n. This is
+// also the highest VIC the library knows: code that checks a VIC against the
+// table's range (a configured mode list, say) takes this name.
 constexpr uint32_t g_vic_dtd_size = 64;
 
 extern "C" {

@@ -22,6 +22,7 @@
 #include "scenario.h"
 #include "tool_runner.h"
 #include "typed_list.h"
+#include "utility.h"
 
 using namespace edc_test;  // NOLINT: corpus, record and line helpers throughout
 
