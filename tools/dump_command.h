@@ -1,4 +1,4 @@
-// The "dump" subcommand: prints an EDID file through the library's text dump.
+// "edid-composer dump": an EDID file as the library's text dump, or as JSON.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -8,18 +8,13 @@ namespace edc_tool {
 
 struct DumpOptions {
   bool summary = false;
+  bool json = false;
   bool debug = false;
   std::string title;  // empty: the file name, or "standard input"
   std::string file;   // "-" for standard input
 };
 
-// Exit statuses of the command.
-constexpr int kExitDecoded = 0;
-constexpr int kExitDecodeFailed = 1;
-constexpr int kExitUnusableInput = 2;
-
-// Registers "dump" with app; options is filled when the command line is parsed.
-CLI::App *AddDumpCommand(CLI::App &app, DumpOptions &options);
+void AddDumpOptions(CLI::App &command, DumpOptions &options);
 
 // Reads, decodes and prints; returns the exit status.
 int RunDump(const DumpOptions &options);

@@ -1,30 +1,81 @@
 // edid-composer: command-line front end of the library for test engineers and
 // integrators.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
+#include <functional>
 #include <string>
 
+#include "command.h"
+#include "compare_command.h"
+#include "compose_command.h"
 #include "dump_command.h"
 #include "version.h"
 
+namespace {
+
+struct Command {
+  const char *name;
+  const char *description;
+  std::function<void(CLI::App &)> add_options;
+  std::function<int()> run;
+};
+
+// The command the command line names: its first word that is not an option
+// ("" for none).
+const char *NamedCommand(int argc, char **argv) {
+  for (int i = 1; i < argc; ++i)
+    if (argv[i][0] != '-') return argv[i];
+  return "";
+}
+
+}  // namespace
+
 int main(int argc, char **argv) {
-  CLI::App app{"edid-composer: decode and print HDMI EDIDs", "edid-composer"};
+  using namespace edc_tool;
+  CLI::App app{"edid-composer: compose, compare and print HDMI EDIDs", "edid-composer"};
   app.set_version_flag("--version", std::string(gVersion),
                        "Print the library's build banner and exit");
   app.require_subcommand(0, 1);
 
-  edc_tool::DumpOptions dump_options;
-  CLI::App *dump = edc_tool::AddDumpCommand(app, dump_options);
+  DumpOptions dump;
+  ComposeOptions compose;
+  CompareOptions compare;
+  const Command commands[] = {
+      {"compose", "Compose the device's EDID from a television's EDID and a configuration",
+       [&](CLI::App &c) { AddComposeOptions(c, compose); }, [&] { return RunCompose(compose); }},
+      {"compare", "Show two EDIDs side by side, one row per capability",
+       [&](CLI::App &c) { AddCompareOptions(c, compare); }, [&] { return RunCompare(compare); }},
+      {"dump", "Print an EDID as text or JSON", [&](CLI::App &c) { AddDumpOptions(c, dump); },
+       [&] { return RunDump(dump); }},
+  };
+  // Building the parser costs more than a dump itself, so only the command
+  // named is registered, with its options. Without one, every command is
+  // registered, without options, for --help to list.
+  const char *named = NamedCommand(argc, argv);
+  const bool known = std::any_of(std::begin(commands), std::end(commands),
+                                 [&](const Command &c) { return strcmp(named, c.name) == 0; });
+  if (!known && named[0] != '\0')
+    return Refuse("usage",
+                  "\"" + std::string(named) + "\" is not a command: compose, compare or dump");
+  CLI::App *subcommands[std::size(commands)] = {};
+  for (size_t i = 0; i < std::size(commands); ++i) {
+    if (known && strcmp(named, commands[i].name) != 0) continue;
+    subcommands[i] = app.add_subcommand(commands[i].name, commands[i].description);
+    if (known) commands[i].add_options(*subcommands[i]);
+  }
 
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError &e) {
-    // --help and --version end here with status 0; usage errors print their
-    // reason on standard error and end with the status of unusable input.
-    const int status = app.exit(e);
-    return status == 0 ? 0 : edc_tool::kExitUnusableInput;
+    // --help and --version end here with status 0; a usage error is one line
+    // on standard error and the status of unusable input.
+    if (e.get_exit_code() == 0) return app.exit(e);
+    return Refuse("usage", e.what());
   }
-  if (dump->parsed()) return edc_tool::RunDump(dump_options);
+  for (size_t i = 0; i < std::size(commands); ++i)
+    if (subcommands[i] != nullptr && subcommands[i]->parsed()) return commands[i].run();
   fputs(app.help().c_str(), stdout);
-  return 0;
+  return kExitOk;
 }

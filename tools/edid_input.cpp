@@ -83,6 +83,17 @@ std::string Quote(std::string_view text) {
   return "\"" + shown + "\"";
 }
 
+// A line before the data that names it: one ending in ':' (edid-decode's
+// "edid-decode (hex):") or '{' (a C array's declaration), or a C comment.
+bool IsHeaderLine(std::string_view line) {
+  const size_t first = line.find_first_not_of(" \t");
+  const size_t last = line.find_last_not_of(" \t\r");
+  if (first == std::string_view::npos) return false;
+  const std::string_view trimmed = line.substr(first, last - first + 1);
+  return trimmed.back() == ':' || trimmed.back() == '{' || trimmed.starts_with("/*") ||
+         trimmed.starts_with("*") || trimmed.starts_with("//");
+}
+
 EdidInput ParseHex(std::string_view text) {
   EdidInput input;
   size_t line_number = 0;
@@ -96,8 +107,7 @@ EdidInput ParseHex(std::string_view text) {
     const LineKind kind = ReadLine(line, input.bytes, bad_token);
     if (kind != LineKind::kText) continue;
     if (!input.bytes.empty()) break;  // the decoded text that follows the hex dump
-    size_t last = line.find_last_not_of(" \t\r");
-    if (last != std::string_view::npos && (line[last] == ':' || line[last] == '{')) continue;
+    if (IsHeaderLine(line)) continue;
     input.error = "line " + std::to_string(line_number) + ": " + Quote(bad_token) +
                   " is not hexadecimal EDID data";
     return input;

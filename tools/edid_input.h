@@ -16,9 +16,9 @@ struct EdidInput {
 // Interprets file contents. Binary when they start with the EDID header or
 // hold bytes that are not text; otherwise hex text: bytes as pairs of hex
 // digits, optionally prefixed with 0x and separated by blanks, line ends or
-// commas; header lines ending in ':' or '{' before the data and everything
-// from the first line that is not hex after it (edid-decode's decoded
-// section, a C array's closing brace) are ignored.
+// commas. Ignored: before the data, header lines ending in ':' or '{' and C
+// comment lines; after it, everything from the first line that is not hex
+// (edid-decode's decoded section, a C array's closing brace).
 EdidInput ParseEdid(const std::vector<uint8_t> &contents);
 
 // Reads path ("-" for standard input) and parses it.

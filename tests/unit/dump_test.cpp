@@ -114,22 +114,4 @@ TEST(ToolDump, ReadsCorpusEdidsInEachFormAsPrintEdidPrintsThem) {
   }
 }
 
-TEST(ToolDump, UnusableInputIsOneLineAndStatus2) {
-  const auto base = CorpusFile("base-fabfe2602322");
-  const std::string cases[][3] = {// what, arguments, standard input
-                                  {"a file that is not there", "/nonexistent/edid.bin", ""},
-                                  {"a directory", "/", ""},
-                                  {"nothing on standard input", "-", ""},
-                                  {"a word that is not hex", "-", "00 ff zz\n"},
-                                  {"129 bytes", "-", std::string(base.begin(), base.end()) + "\n"},
-                                  {"no file named", "", ""}};
-  std::string out = "# == edid-composer dump <arguments>: exit status, standard output and error\n";
-  for (const auto &[what, arguments, input] : cases) {
-    const auto result = RunTool("dump " + arguments, input);
-    out += "== " + what + ": dump " + arguments + "\n-> " + std::to_string(result.status) + "\n" +
-           result.out + result.err;
-  }
-  ExpectGolden("tool_unusable.txt", out);
-}
-
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "capture.h"
 #include "edid_input.h"
+#include "edid_output.h"
 
 using edc_tool::ParseEdid;
 using testing::HasSubstr;
@@ -48,6 +49,9 @@ TEST(EdidInput, ReadsBinaryAndEveryHexForm) {
       "unsigned char edid[] = {\n" + Hex(edid, 8, "0x%02x", ", ") + "};\n",  // a C array
       "edid-decode (hex):\n\n" + first + "\n" + second +
           "\n----------------\n\nBlock 0, Base EDID:\n  Version 1.3\n",  // edid-decode
+      "// EDID\n/*\n * of a TV\n */\n" + Hex(edid, 8, "0x%02x", ", "),  // C comments
+      edc_tool::HexText(edid),                                            // compose's forms
+      edc_tool::CArrayText(edid, "composed from tv.bin */ and platform.toml"),
   };
   for (const auto &form : forms) {
     const auto input = ParseEdid(Bytes(form));

@@ -1,0 +1,172 @@
+#include "compose_settings.h"
+
+#include <charconv>
+#include <string_view>
+#include <vector>
+
+namespace edc_tool {
+
+namespace {
+
+// One bit per CTA-861 audio format code: codes 1 to 14 are bits 0 to 13; the
+// extension types HE-AAC, HE-AACv2 and MPEG Surround follow at bits 14 to 16.
+struct AudioWord {
+  const char *word;
+  uint32_t bit;
+};
+constexpr AudioWord kAudioWords[] = {{"pcm", 0x1},
+                                     {"ac3", 0x2},
+                                     {"mpeg1", 0x4},
+                                     {"mp3", 0x8},
+                                     {"mpeg2", 0x10},
+                                     {"aac", 0x20},
+                                     {"dts", 0x40},
+                                     {"atrac", 0x80},
+                                     {"dsd", 0x100},
+                                     {"eac3", 0x200},
+                                     {"dtshd", 0x400},
+                                     {"truehd", 0x800},
+                                     {"dst", 0x1000},
+                                     {"wmapro", 0x2000},
+                                     {"heaac", 0x4000},
+                                     {"heaacv2", 0x8000},
+                                     {"mpegsurround", 0x10000}};
+constexpr uint32_t kAllAudio = 0xFFFFFFFF;
+
+struct Setting3d {
+  const char *word;
+  int32_t value;
+};
+constexpr Setting3d k3dWords[] = {{"off", 0}, {"sink", 1}, {"on", 2}};
+
+struct FormatWord {
+  const char *word;
+  OutputFormat format;
+};
+constexpr FormatWord kFormatWords[] = {
+    {"bin", OutputFormat::kBinary}, {"hex", OutputFormat::kHex}, {"carray", OutputFormat::kCArray}};
+
+// The largest port whose number (port + 1) fits the nibble of a physical address.
+constexpr uint32_t kMaxPort = 14;
+// HDMI 1.4b latency fields carry 0 to 500 ms.
+constexpr uint32_t kMaxLatency = 500;
+
+// Built piece by piece: GCC 12 at -O3 warns falsely (-Wrestrict) on
+// "\"" + std::string(text).
+std::string Quoted(std::string_view text) {
+  std::string quoted(1, '"');
+  quoted.append(text);
+  quoted += '"';
+  return quoted;
+}
+
+// A whole decimal (or, with base 16, hex digits) number; false on anything else.
+bool ParseNumber(std::string_view text, uint32_t &value, int base = 10) {
+  if (text.empty()) return false;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, base);
+  return error == std::errc() && end == text.data() + text.size();
+}
+
+std::vector<std::string_view> Split(std::string_view text, char separator) {
+  std::vector<std::string_view> parts;
+  for (size_t start = 0;;) {
+    const size_t end = text.find(separator, start);
+    parts.push_back(text.substr(start, end == std::string_view::npos ? end : end - start));
+    if (end == std::string_view::npos) return parts;
+    start = end + 1;
+  }
+}
+
+// "1920x1080p60", "1920x1080i50": frame width, frame height, scan, refresh.
+bool ParseMode(std::string_view text, hdmi_mode_t &mode) {
+  const size_t x = text.find('x');
+  if (x == std::string_view::npos) return false;
+  const size_t scan = text.find_first_of("pi", x);
+  if (scan == std::string_view::npos) return false;
+  mode.interlaced = text[scan] == 'i' ? 1 : 0;
+  return ParseNumber(text.substr(0, x), mode.width) &&
+         ParseNumber(text.substr(x + 1, scan - x - 1), mode.height) &&
+         ParseNumber(text.substr(scan + 1), mode.refresh_rate) && mode.width != 0 &&
+         mode.height != 0 && mode.refresh_rate != 0;
+}
+
+bool ParseLatency(std::string_view text, uint32_t (&latency)[4]) {
+  const auto parts = Split(text, ',');
+  if (parts.size() != 4) return false;
+  for (size_t i = 0; i < 4; ++i)
+    if (!ParseNumber(parts[i], latency[i]) || latency[i] > kMaxLatency) return false;
+  return true;
+}
+
+bool ParseAudioMask(std::string_view text, uint32_t &mask, std::string &problem) {
+  if (text == "all") {
+    mask = kAllAudio;
+    return true;
+  }
+  if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
+    if (ParseNumber(text.substr(2), mask, 16)) return true;
+    problem = Quoted(text) + " is not a 32-bit hexadecimal mask";
+    return false;
+  }
+  mask = 0;
+  for (std::string_view word : Split(text, ',')) {
+    const AudioWord *found = nullptr;
+    for (const AudioWord &entry : kAudioWords)
+      if (word == entry.word) found = &entry;
+    if (found == nullptr) {
+      problem =
+          Quoted(word) + " is not an audio format; use " + AudioMaskWords() + ", all or 0xHEX";
+      return false;
+    }
+    mask |= found->bit;
+  }
+  return true;
+}
+
+template <typename Entry, size_t N>
+const Entry *FindWord(const Entry (&table)[N], std::string_view word) {
+  for (const Entry &entry : table)
+    if (word == entry.word) return &entry;
+  return nullptr;
+}
+
+}  // namespace
+
+std::string AudioMaskWords() {
+  std::string words;
+  for (const AudioWord &entry : kAudioWords)
+    words += (words.empty() ? "" : ", ") + std::string(entry.word);
+  return words;
+}
+
+std::optional<ComposeSettings> ParseComposeSettings(const ComposeSettingsText &text,
+                                                    std::string &option, std::string &problem) {
+  ComposeSettings settings;
+  composer_cfg_t &cfg = settings.cfg;
+  const auto refuse = [&](const char *name, const std::string &why) {
+    option = name;
+    problem = why;
+    return std::nullopt;
+  };
+  if (!ParseMode(text.mode, cfg.hdmi_current_mode))
+    return refuse("--mode", Quoted(text.mode) + " is not WxH{p|i}RATE (such as 1920x1080p60)");
+  if (!ParseNumber(text.port, cfg.hdmi_port) || cfg.hdmi_port > kMaxPort)
+    return refuse("--port", Quoted(text.port) + " is not a port number from 0 to 14");
+  const Setting3d *setting_3d = FindWord(k3dWords, text.setting_3d);
+  if (setting_3d == nullptr)
+    return refuse("--3d", Quoted(text.setting_3d) + " is not off, sink or on");
+  cfg.setting_3d = setting_3d->value;
+  if (!ParseLatency(text.latency, cfg.edid_latency))
+    return refuse("--latency",
+                  Quoted(text.latency) + " is not four latencies V,A,IV,IA from 0 to 500 ms");
+  std::string why;
+  if (!ParseAudioMask(text.audio_mask, cfg.audio_mask, why)) return refuse("--audio-mask", why);
+  cfg.sink_filter = text.sink_filter ? 1 : 0;
+  const FormatWord *format = FindWord(kFormatWords, text.format);
+  if (format == nullptr)
+    return refuse("--format", Quoted(text.format) + " is not bin, hex or carray");
+  settings.format = format->format;
+  return settings;
+}
+
+}  // namespace edc_tool

@@ -1,0 +1,40 @@
+// The words of the compose command's options and their values in
+// composer_cfg_t, kept apart from the command so that each mapping can be
+// checked on its own.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "edid_composer.h"
+#include "edid_output.h"
+
+namespace edc_tool {
+
+// The option values as typed; the defaults are those "compose --help" shows.
+struct ComposeSettingsText {
+  std::string mode = "1920x1080p60";
+  std::string port = "0";
+  std::string setting_3d = "sink";
+  std::string latency = "0,0,0,0";
+  std::string audio_mask = "all";
+  bool sink_filter = false;
+  std::string format = "bin";
+};
+
+struct ComposeSettings {
+  composer_cfg_t cfg{};  // spa_offset left NULL
+  OutputFormat format = OutputFormat::kBinary;
+};
+
+// The settings, or nullopt with option naming the first unusable option
+// ("--mode") and problem saying why ("\"1920x1080\" is not WxH{p|i}RATE
+// (such as 1920x1080p60)").
+std::optional<ComposeSettings> ParseComposeSettings(const ComposeSettingsText &text,
+                                                    std::string &option, std::string &problem);
+
+// The audio format words, each with its bit of the audio mask: "pcm 0x1,
+// ac3 0x2, ..." for the help text.
+std::string AudioMaskWords();
+
+}  // namespace edc_tool
