@@ -1,5 +1,5 @@
-// Decoding and composing over the corpus televisions (700 real EDIDs), debug
-// off; one iteration is one EDID, so the times read per EDID. Composing reads
+// Decoding and composing over the corpus televisions (700 real EDIDs); one
+// iteration is one EDID, so the times read per EDID. Composing reads
 // the platform configuration (examples/platform.toml) on every call, as it
 // does on a device.
 #include <benchmark/benchmark.h>
@@ -12,6 +12,7 @@
 #include "corpus.h"
 #include "edid_composer.h"
 #include "edid_decode_encode.h"
+#include "utility.h"
 
 namespace {
 
@@ -39,9 +40,10 @@ class DiscardedStdout {
   int saved_, null_;
 };
 
-void BM_DecodeCorpusTelevisions(benchmark::State &state) {
+void DecodeCorpusTelevisions(benchmark::State &state, bool traces) {
   const auto &edids = Televisions();
   DiscardedStdout quiet;
+  debug_enable(traces);
   size_t next = 0;
   for (auto _ : state) {
     const auto &bytes = edids[next++ % edids.size()];
@@ -52,8 +54,18 @@ void BM_DecodeCorpusTelevisions(benchmark::State &state) {
         bytes.data() + 128, static_cast<uint32_t>(bytes.size() - 128), &edid));
     edid_destroy(&edid);
   }
+  debug_enable(false);
+}
+
+void BM_DecodeCorpusTelevisions(benchmark::State &state) {
+  DecodeCorpusTelevisions(state, false);
+}
+// With the library's trace lines on (written to /dev/null).
+void BM_DecodeCorpusTelevisionsWithTraces(benchmark::State &state) {
+  DecodeCorpusTelevisions(state, true);
 }
 BENCHMARK(BM_DecodeCorpusTelevisions);
+BENCHMARK(BM_DecodeCorpusTelevisionsWithTraces);
 
 void BM_ComposeCorpusTelevisions(benchmark::State &state) {
   const auto &edids = Televisions();
