@@ -30,10 +30,17 @@ uint8_t BlockSum(const uint8_t *block) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   const auto *end = static_cast<const uint8_t *>(memchr(data, 0, size));
   const size_t text_size = end != nullptr ? static_cast<size_t>(end - data) : size;
+  // Most inputs differ from the one before only in the EDID: the store is
+  // loaded again only when the text changed (it holds what the text gives,
+  // either way).
+  static std::string loaded;
   const std::string text(reinterpret_cast<const char *>(data), text_size);
-  config_store_clear();
-  if (config_store_load_string(("[platform.software.drivers.avcap.edid]\n" + text).c_str()) != 0)
-    config_store_load_string(text.c_str());
+  if (text != loaded) {
+    config_store_clear();
+    if (config_store_load_string(("[platform.software.drivers.avcap.edid]\n" + text).c_str()) != 0)
+      config_store_load_string(text.c_str());
+    loaded = text;
+  }
 
   size_t at = text_size + 1;
   const uint8_t settings = at < size ? data[at++] : 0;
@@ -54,6 +61,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (BlockSum(out) != 0 || BlockSum(out + 128) != 0 || spa_offset < 128) __builtin_trap();
   }
   debug_enable(false);
-  config_store_clear();
   return 0;
 }
