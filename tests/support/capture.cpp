@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 #include <regex>
+#include <sstream>
 
 #include "config_store.h"
 #include "utility.h"
@@ -41,16 +42,19 @@ std::string CaptureStream(FILE *stream, const std::function<void()> &fn) {
 
 }  // namespace
 
-std::string CaptureStdout(const std::function<void()> &fn) { return CaptureStream(stdout, fn); }
+std::string CaptureStdout(const std::function<void()> &fn) {
+  return CaptureStream(stdout, fn);
+}
 
-std::string CaptureStderr(const std::function<void()> &fn) { return CaptureStream(stderr, fn); }
+std::string CaptureStderr(const std::function<void()> &fn) {
+  return CaptureStream(stderr, fn);
+}
 
 std::string Normalize(const std::string &text) {
   static const std::regex prefix(R"(^[^:\n]+:[0-9]+:(\w+)\(\) (ERROR|WARNING|BUG): )",
                                  std::regex::multiline);
   static const std::regex suffix(R"( \t\t\t(\w+)\(\):[0-9]+$)", std::regex::multiline);
-  return std::regex_replace(std::regex_replace(text, prefix, "$1() $2: "), suffix,
-                            " \t\t\t$1()");
+  return std::regex_replace(std::regex_replace(text, prefix, "$1() $2: "), suffix, " \t\t\t$1()");
 }
 
 std::vector<std::string> SplitLines(const std::string &text) {
@@ -85,15 +89,47 @@ std::string Trace(const std::string &func, const std::string &message) {
   return message + " \t\t\t" + func + "()";
 }
 
-DebugOn::DebugOn() { debug_enable(true); }
-DebugOn::~DebugOn() { debug_enable(false); }
+std::string ExpectedLine(const std::string &text) {
+  std::istringstream in(text);
+  std::string kind, func, message, raw;
+  in >> kind >> func;
+  std::getline(in >> std::ws, raw);
+  for (size_t i = 0; i < raw.size(); ++i) {
+    const bool tab = raw.compare(i, 2, "\\t") == 0;
+    message += tab ? '\t' : raw[i];
+    i += tab;
+  }
+  for (char &c : kind) c = static_cast<char>(toupper(c));
+  return kind == "ERROR"     ? Error(func, message)
+         : kind == "WARNING" ? Warning(func, message)
+         : kind == "BUG"     ? Bug(func, message)
+                             : Trace(func, message);
+}
+
+std::string FirstMissing(const std::vector<std::string> &printed,
+                         const std::vector<std::string> &expected) {
+  size_t found = 0;
+  for (const auto &line : printed) found += found < expected.size() && line == expected[found];
+  return found < expected.size() ? expected[found] : "";
+}
+
+DebugOn::DebugOn() {
+  debug_enable(true);
+}
+DebugOn::~DebugOn() {
+  debug_enable(false);
+}
 
 ScopedConfig::ScopedConfig(const std::string &toml) {
   EXPECT_EQ(config_store_load_string(toml.c_str()), 0) << toml;
 }
-ScopedConfig::~ScopedConfig() { config_store_clear(); }
+ScopedConfig::~ScopedConfig() {
+  config_store_clear();
+}
 
-std::string CorpusDir() { return EDC_CORPUS_DIR; }
+std::string CorpusDir() {
+  return EDC_CORPUS_DIR;
+}
 
 Bytes ReadFile(const std::string &path) {
   std::ifstream in(path, std::ios::binary);

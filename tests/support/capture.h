@@ -36,6 +36,14 @@ std::string Error(const std::string &func, const std::string &message);
 std::string Warning(const std::string &func, const std::string &message);
 std::string Bug(const std::string &func, const std::string &message);
 std::string Trace(const std::string &func, const std::string &message);
+// The same from one text, "ERROR func text" (WARNING, BUG, TRACE; in either
+// case; "\t" stands for a tab), as data files write them.
+std::string ExpectedLine(const std::string &text);
+
+// The first of the expected lines that is not among the lines printed, in
+// this order, or "" when all are.
+std::string FirstMissing(const std::vector<std::string> &printed,
+                         const std::vector<std::string> &expected);
 
 // Sets the debug flag for the lifetime of the object and clears it after.
 class DebugOn {

@@ -16,6 +16,10 @@ std::string CorpusEdid::FirstOdd(const std::string &reasons) const {
   return reason;
 }
 
+Bytes CorpusBytes(const std::string &name) {
+  return ReadFile(CorpusDir() + "/edid/" + name);
+}
+
 const std::vector<CorpusEdid> &Corpus() {
   static const std::vector<CorpusEdid> corpus = [] {
     std::vector<CorpusEdid> all;

@@ -18,6 +18,9 @@ struct CorpusEdid {
   std::string FirstOdd(const std::string &reasons) const;
 };
 
+// A file of the corpus (tests/corpus/edid/<name>).
+Bytes CorpusBytes(const std::string &name);
+
 // Every EDID of the manifest with its bytes, read once per process.
 const std::vector<CorpusEdid> &Corpus();
 

@@ -84,6 +84,15 @@ std::vector<Scenario> ReadScenarios(const std::string &name) {
   return all;
 }
 
+std::vector<Scenario> ReadCases(const std::string &name) {
+  std::vector<Scenario> all = ReadScenarios(name);
+  for (size_t i = 1; !all.empty() && all[0].title.empty() && i < all.size(); ++i)
+    for (auto line = all[0].lines.rbegin(); line != all[0].lines.rend(); ++line)
+      if (!all[i].Has((*line)[0])) all[i].lines.insert(all[i].lines.begin(), *line);
+  if (!all.empty() && all[0].title.empty()) all.erase(all.begin());
+  return all;
+}
+
 std::vector<Line> ReadRows(const std::string &name) {
   return ReadScenarios(name).front().lines;
 }

@@ -4,8 +4,9 @@
 // A file is a run of scenarios: "== TITLE" starts one, and the lines before
 // the first title make an untitled one (a table is just that). Blank lines
 // are skipped, and so is everything from a '#' that starts a line or stands
-// alone after a blank (so "index #0" is text), and blanks at the end of a line. Every other line is a list of fields: separated by
-// tabs, or, in a line without tabs, the first word (the key) and the rest (its value).
+// alone after a blank (so "index #0" is text), and blanks at the end of a line. Every other line is
+// a list of fields: separated by tabs, or, in a line without tabs, the first word (the key) and the
+// rest (its value).
 //
 // Three kinds of line build the scenario's bytes instead:
 //   AT: XX XX ...   the bytes from offset AT on, all in hex; the bytes grow to hold them
@@ -44,6 +45,10 @@ struct Scenario {
 
 // The scenarios of tests/data/<name>.
 std::vector<Scenario> ReadScenarios(const std::string &name);
+
+// The scenarios of a file whose lines before the first title are defaults:
+// each comes first in every scenario that has no line of its key.
+std::vector<Scenario> ReadCases(const std::string &name);
 
 // The lines of a file without titles, such as a table.
 std::vector<Line> ReadRows(const std::string &name);

@@ -15,12 +15,11 @@
 #include <sstream>
 
 #include "capture.h"
-#include "compose_records.h"
 #include "config_store.h"
 #include "corpus.h"
-#include "edid_builder.h"
 #include "edid_composer.h"
 #include "golden.h"
+#include "records.h"
 #include "tool_runner.h"
 
 #if __has_include(<valgrind/valgrind.h>)
@@ -72,7 +71,7 @@ std::set<std::string> CheckFailures(const std::string &report) {
 std::string Summary(const std::string &file, edid_t &e) {
   std::string vics;
   for (int i = 0; i < e.hdmi_vic_len && i < 7; ++i) vics += " " + std::to_string(e.hdmi_vic[i]);
-  return Format("%-24s v %s |", file.c_str(), Modes(&e.video_list).c_str()) + " 4k" +
+  return Format("%-24s v %s |", file.c_str(), Text(&e.video_list).c_str()) + " 4k" +
          (vics.empty() ? " -" : vics) +
          Format(
              " | pa %d.%d.%d.%d tmds %u lat %u %u %u %u 3d %d dc %d%d%d ai %d cnc %d%d%d%d xv "
@@ -81,7 +80,7 @@ std::string Summary(const std::string &file, edid_t &e) {
              e.audio_latency, e.interlaced_video_latency, e.interlaced_audio_latency, e.present_3d,
              e.dc_30bit, e.dc_36bit, e.dc_y444, e.supports_ai, e.cnc0, e.cnc1, e.cnc2, e.cnc3,
              e.xvycc601, e.xvycc709) +
-         "    a " + Audio(&e.audio_list) + "\n";
+         "    a " + Text(&e.audio_list) + "\n";
 }
 
 // Every composed EDID is written to one folder; one shell then runs

@@ -8,19 +8,16 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
 #include <cstring>
-#include <functional>
-#include <numeric>
+#include <map>
 #include <regex>
-#include <span>
 #include <sstream>
 
 #include "capture.h"
-#include "compose_records.h"
-#include "config_store.h"
-#include "edid_builder.h"
+#include "corpus.h"
 #include "edid_composer_internal.h"
+#include "records.h"
+#include "scenario.h"
 #include "typed_list.h"
 
 using namespace edc_test;  // NOLINT: record and line helpers throughout
@@ -60,51 +57,6 @@ std::vector<std::string> TimingLines(edid_t *edid) {
   return lines;
 }
 
-// The platform record's number fields that the cases set.
-#define EDC_NUMBER(field) \
-  { #field, offsetof(platform_values_t, field) }
-// clang-format off
-const std::pair<std::string, size_t> kPlatformNumbers[] = {
-    EDC_NUMBER(is_tv), EDC_NUMBER(dc_30bit), EDC_NUMBER(dc_36bit), EDC_NUMBER(tmds_override),
-    EDC_NUMBER(underscan), EDC_NUMBER(speaker_entry), EDC_NUMBER(product_id), EDC_NUMBER(serial),
-    EDC_NUMBER(week), EDC_NUMBER(year), EDC_NUMBER(established_timings_1),
-    EDC_NUMBER(established_timings_2), EDC_NUMBER(manufacturer_timings), EDC_NUMBER(supports_ai),
-    EDC_NUMBER(cnc0), EDC_NUMBER(cnc1), EDC_NUMBER(cnc2), EDC_NUMBER(cnc3), EDC_NUMBER(xvycc601),
-    EDC_NUMBER(xvycc709)};
-// clang-format on
-#undef EDC_NUMBER
-
-// "field value" into the platform record; "std_timing h aspect rate" appends one.
-void SetPlatform(platform_values_t *v, const std::string &line) {
-  std::istringstream in(line);
-  std::string field, value;
-  in >> field >> std::ws;
-  std::getline(in, value);
-  for (const auto &[name, offset] : kPlatformNumbers)
-    if (field == name) {
-      const auto number = static_cast<uint32_t>(std::stoul(value, nullptr, 0));
-      memcpy(reinterpret_cast<char *>(v) + offset, &number, 4);
-      return;
-    }
-  const std::pair<const char *, std::span<char>> texts[] = {{"manufacturer_id", v->manufacturer_id},
-                                                            {"monitor_name", v->monitor_name},
-                                                            {"monitor_serial", v->monitor_serial}};
-  for (const auto &[name, text] : texts)
-    if (field == name) {
-      ASSERT_LT(value.size(), text.size());
-      memcpy(text.data(), value.c_str(), value.size() + 1);
-      return;
-    }
-  ASSERT_EQ(field, "std_timing");
-  std_timing_t timing{};
-  std::istringstream(value) >> timing.h_active >> timing.aspect_ratio >> timing.refresh_rate;
-  ll_entry_t *entry = nullptr;
-  void *data = nullptr;
-  ASSERT_TRUE(ll_create_entry(sizeof timing, &entry, &data, "std_timing_t"));
-  memcpy(data, &timing, sizeof timing);
-  ASSERT_TRUE(ll_add_entry_to_back(&v->std_timings, entry));
-}
-
 TEST(Population, FillsTheNewRecordByTheRules) {
   const auto cases = ReadCases("compose_population.txt");
   ASSERT_EQ(cases.size(), 55u);
@@ -114,19 +66,19 @@ TEST(Population, FillsTheNewRecordByTheRules) {
     PreparedPlatform platform;
     ll_list_t selected{};
     ll_init(&selected, "short_video_desc_t");
-    AddModes(&selected, c.Get("modes"));
+    Add(&selected, c.Value("modes"));
     std::array<uint32_t, 4> latency{};
-    std::istringstream(c.Get("latency")) >> latency[0] >> latency[1] >> latency[2] >> latency[3];
+    std::istringstream(c.Value("latency")) >> latency[0] >> latency[1] >> latency[2] >> latency[3];
     std::vector<std::string> says, never, record;
-    for (const auto &[key, value] : c.lines) {
-      if (key == "platform") SetPlatform(&platform.values, value);
-      EXPECT_TRUE(key != "sink" || ApplyRecordLine(value, &sink.edid)) << value;
-      EXPECT_TRUE(key != "composed" || ApplyRecordLine(value, &composed.edid)) << value;
-      if (key == "says" || key == "never")
-        (key == "says" ? says : never)
+    for (const Line &l : c.lines) {
+      EXPECT_TRUE(l[0] != "platform" || ApplyRecordLine(l[1], &platform.values)) << l[1];
+      EXPECT_TRUE(l[0] != "sink" || ApplyRecordLine(l[1], &sink.edid)) << l[1];
+      EXPECT_TRUE(l[0] != "composed" || ApplyRecordLine(l[1], &composed.edid)) << l[1];
+      if (l[0] == "says" || l[0] == "never")
+        (l[0] == "says" ? says : never)
             .push_back(
-                std::regex_replace(ExpectedLine(value), std::regex("%p"), Format("%p", &selected)));
-      if (key == "record") record.push_back(value);
+                std::regex_replace(ExpectedLine(l[1]), std::regex("%p"), Format("%p", &selected)));
+      if (l[0] == "record") record.push_back(l[1]);
     }
     const auto sink_before = RecordLines(&sink.edid);
     uint8_t result = 2;
@@ -135,31 +87,31 @@ TEST(Population, FillsTheNewRecordByTheRules) {
       DebugOn debug;
       lines = Lines([&] {
         result = _populate_new_edid(
-            &composed.edid, &selected, &sink.edid, static_cast<uint8_t>(std::stoi(c.Get("port"))),
-            std::stoi(c.Get("3d")), c.Get("latency") == "null" ? nullptr : latency.data(),
+            &composed.edid, &selected, &sink.edid, static_cast<uint8_t>(std::stoi(c.Value("port"))),
+            std::stoi(c.Value("3d")), c.Value("latency") == "null" ? nullptr : latency.data(),
             &platform.values);
       });
     }
-    EXPECT_EQ(std::to_string(result), c.Get("result") == "-" ? "1" : c.Get("result"));
+    EXPECT_EQ(std::to_string(result), c.Has("result") ? c.Value("result") : "1");
     EXPECT_EQ(RecordLines(&sink.edid), sink_before);  // read only
     const auto fields = RecordLines(&composed.edid);
-    for (const auto &[key, expected] : c.lines) {  // "expect name value": the line of that name
-      const std::string &value = expected;
+    for (const Line &l : c.lines) {  // "expect name value": the line of that name
+      const std::string &value = l[1];
       const auto field = std::ranges::find_if(fields, [&](const std::string &line) {
         return line.substr(0, line.find(' ')) == value.substr(0, value.find(' '));
       });
-      EXPECT_EQ(key != "expect" || field == fields.end() ? value : *field, value);
+      EXPECT_EQ(l[0] != "expect" || field == fields.end() ? value : *field, value);
     }
     EXPECT_EQ(record.empty() ? record : RecordLines(&composed.edid, true), record);
     const auto optional = [&](const std::string &key, const std::string &actual) {
-      EXPECT_EQ(c.Get(key) == "-" ? "-" : actual, c.Get(key)) << key;
+      EXPECT_EQ(c.Has(key) ? actual : "", c.Value(key)) << key;
     };
-    optional("video", Modes(&composed.edid.video_list));
-    optional("selected", Modes(&selected));
+    optional("video", Text(&composed.edid.video_list));
+    optional("selected", Text(&selected));
     PreparedEdid expected;
-    AddTimings(&expected.edid, c.Get("timings") == "-" ? "" : c.Get("timings"));
+    Add(&expected.edid.dtd_list, c.Value("timings"));
     optional("timings", TimingLines(&composed.edid) == TimingLines(&expected.edid)
-                            ? c.Get("timings")
+                            ? c.Value("timings")
                             : "other timings");
     EXPECT_EQ(FirstMissing(lines, says), "");
     for (const auto &line : never) EXPECT_THAT(lines, testing::Not(Contains(line)));
@@ -176,69 +128,41 @@ std::string AddressText(const physical_address_t &a) {
 
 TEST(Compose, ChecksItsArgumentsAndGoesOnWithoutAUsableTelevisionEdid) {
   SampleConfig config;
-  const Bytes tv = CorpusBytes("hdmi3d-000ee288edb2.bin"),
-              three = CorpusBytes("multi-070277a3592b.bin");
-  Bytes bad_sum = tv, out(256);
-  bad_sum[127] ^= 1;
-  const Bytes base_only(tv.begin(), tv.begin() + 128);  // announces an extension
+  const Bytes tv = CorpusBytes("hdmi3d-000ee288edb2.bin");
+  std::map<std::string, Bytes> edids = {{"tv", tv},
+                                        {"three", CorpusBytes("multi-070277a3592b.bin")},
+                                        {"bad_sum", tv},
+                                        {"base_only", Bytes(tv.begin(), tv.begin() + 128)}};
+  edids["bad_sum"][127] ^= 1;
+  Bytes out(256);
   composer_cfg_t cfg = CorpusSettings();
   uint8_t spa_offset = 0;
   cfg.spa_offset = &spa_offset;
-  const auto E = [](const std::string &m) { return Error("compose_edid_internal", m); };
-  const auto T = [](const std::string &m) { return Trace("compose_edid_internal", m); };
-  const std::string size =
-      "New EDID size is not an valid value. Unable to proceed. edid_bytes=%d Expected=256";
-  const std::string ignored =
-      "Edid is not an valid value. edid_bytes=%d Range=(128-256) Skipping edid reading and "
-      "proceeding with creation.";
-  const struct {
-    const uint8_t *edid;
-    int32_t bytes;
-    uint8_t *out;
-    uint32_t size;
-    composer_cfg_t *cfg;
-    std::string line, address;  // a line printed (debug on); the new address, "" for no EDID
-  } cases[] = {
-      {tv.data(), 256, nullptr, 127, nullptr,
-       E(Format("\"new_edid_block\" memory block parameter is NULL. Unable to proceed. "
-                "new_edid_block:%p",
-                nullptr)),
-       ""},
-      {tv.data(), 256, out.data(), 127, nullptr, E(Format(size.c_str(), 127)), ""},
-      {tv.data(), 256, out.data(), 257, &cfg, E(Format(size.c_str(), 257)), ""},
-      {tv.data(), 256, out.data(), 0, &cfg, E(Format(size.c_str(), 0)), ""},
-      {tv.data(), 256, out.data(), 256, nullptr,
-       E(Format("cfg is NULL. Unable to proceed. cfg : %p.", nullptr)), ""},
-      {tv.data(), 256, out.data(), 128, &cfg, E("Failed encoding the new edid."), ""},
-      {nullptr, 256, out.data(), 256, &cfg,
-       T(Format("\"edid_block\" memory block parameter is NULL. Skipping edid reading and "
-                "proceeding with creation. edid_block:%p",
-                nullptr)),
-       "15.15.15.15"},
-      {tv.data(), 100, out.data(), 256, &cfg, T(Format(ignored.c_str(), 100)), "15.15.15.15"},
-      {tv.data(), 0, out.data(), 256, &cfg, T(Format(ignored.c_str(), 0)), "15.15.15.15"},
-      {bad_sum.data(), 256, out.data(), 256, &cfg,
-       E("Failed decoding the edid block 0. Continuing."), "15.15.15.15"},
-      {base_only.data(), 128, out.data(), 256, &cfg, T("Decode EDID Block 1"), "15.15.15.15"},
-      {tv.data(), 256, out.data(), 256, &cfg, T("Decode EDID Block 1"), "1.3.2.0"},
-      {three.data(), 384, out.data(), 256, &cfg, T("Decode EDID Block 1"), "2.2.0.0"},
-      {three.data(), 256, out.data(), 256, &cfg, T("Decode EDID Block 1"), "2.2.0.0"}};
-  for (const auto &c : cases) {
-    SCOPED_TRACE(c.line);
+  const auto rows = ReadRows("compose_arguments.tsv");
+  ASSERT_EQ(rows.size(), 14u);
+  for (const Line &row : rows) {
+    SCOPED_TRACE(row.text);
+    const bool composes = row[6] != "-";
+    const auto size = static_cast<uint32_t>(std::stoul(row[3]));
     g_host_calls = 0;
-    bool result = !c.address.empty();
+    bool result = !composes;
     std::vector<std::string> lines;
     {
       DebugOn debug;
-      lines = Lines([&] { result = compose_edid(c.edid, c.bytes, c.out, c.size, c.cfg); });
+      lines = Lines([&] {
+        result = compose_edid(row[0] == "NULL" ? nullptr : edids[row[0]].data(), std::stoi(row[1]),
+                              row[2] == "NULL" ? nullptr : out.data(), size,
+                              row[4] == "NULL" ? nullptr : &cfg);
+      });
     }
-    EXPECT_EQ(result, !c.address.empty());
-    EXPECT_THAT(lines, Contains(c.line));
-    EXPECT_EQ(g_host_calls == 0, c.address.empty() && c.size != 128);  // refused at once
-    if (c.address.empty()) continue;
+    EXPECT_EQ(result, composes);
+    EXPECT_THAT(lines, Contains(std::regex_replace(ExpectedLine(row[5]), std::regex("%p"),
+                                                   Format("%p", nullptr))));
+    EXPECT_EQ(g_host_calls == 0, !composes && size != 128);  // refused at once
+    if (!composes) continue;
     PreparedEdid composed;
     DecodeComposed(out, &composed.edid);
-    EXPECT_EQ(AddressText(composed.edid.address), c.address);
+    EXPECT_EQ(AddressText(composed.edid.address), row[6]);
     ASSERT_GT(spa_offset, 128);  // where the address bytes lie
     EXPECT_EQ(composed.edid.address.a * 16 + composed.edid.address.b, out[spa_offset]);
     EXPECT_EQ(composed.edid.address.c * 16 + composed.edid.address.d, out[spa_offset + 1]);
@@ -249,12 +173,8 @@ TEST(Compose, ChecksItsArgumentsAndGoesOnWithoutAUsableTelevisionEdid) {
 std::string Snapshot(platform_values_t *v) {
   std::string text(reinterpret_cast<const char *>(v), sizeof *v);
   for (ll_list_t *list : {&v->video_50_priority, &v->video_50_additional, &v->video_60_priority,
-                          &v->video_60_additional})
-    text += "|" + Modes(list);
-  for (const int32_t *value : edc::elements<int32_t>(&v->audio_list))
-    text += "|" + std::to_string(*value);
-  for (const std_timing_t *t : edc::elements<std_timing_t>(&v->std_timings))
-    text += Format("|%u %u %u", t->h_active, t->aspect_ratio, t->refresh_rate);
+                          &v->video_60_additional, &v->audio_list, &v->std_timings})
+    text += "|" + Text(list);
   return text;
 }
 
@@ -265,18 +185,12 @@ TEST(Compose, ACallersPlatformRecordIsUsedAsItIsAndNoKeyIsRead) {
   Bytes out(256);
   PreparedPlatform platform;
   platform_values_t &v = platform.values;
-  v.native_refresh_rate = 60;
-  v.current_mode_set_to_priority = 1;
-  v.native_bit = 1;
-  v.is_tv = 1;
-  v.product_id = 0x4242;
-  v.speaker_entry = 1;
-  memcpy(v.manufacturer_id, "ABC", 3);
-  memcpy(v.monitor_name, "Caller", 6);
-  AddModes(&v.video_60_priority, "4/05 16 2");
-  AddModes(&v.video_60_additional, "4/05");
-  v.priority_4k_x_2k[0] = 2;
-  AddNumbers(&v.audio_list, "0x070709");
+  for (const char *line :
+       {"native_refresh_rate 60", "current_mode_set_to_priority 1", "native_bit 1", "is_tv 1",
+        "product_id 0x4242", "speaker_entry 1", "manufacturer_id ABC", "monitor_name Caller",
+        "video_60_priority 4/05 16 2", "video_60_additional 4/05", "priority_4k_x_2k 2",
+        "audio_list 0x070709"})
+    EXPECT_TRUE(ApplyRecordLine(line, &v)) << line;
   const std::string before = Snapshot(&v);
 
   g_host_calls = 0;
@@ -292,7 +206,7 @@ TEST(Compose, ACallersPlatformRecordIsUsedAsItIsAndNoKeyIsRead) {
   EXPECT_EQ(AddressText(composed.edid.address), "2.0.0.0");
   // The television declares 16, 4 and 2, and the 4Kx2K mode 2; 16 is the
   // current mode; no 3D setting, so no 3D structures are written.
-  EXPECT_EQ(Modes(&composed.edid.video_list), "16* 4 2 1");
+  EXPECT_EQ(Text(&composed.edid.video_list), "16* 4 2 1");
   EXPECT_EQ(composed.edid.hdmi_vic_len, 1);
   EXPECT_EQ(composed.edid.hdmi_vic[0], 2u);
 

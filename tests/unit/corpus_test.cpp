@@ -17,8 +17,8 @@
 #include <tuple>
 
 #include "capture.h"
-#include "edid_builder.h"
 #include "edid_input.h"
+#include "records.h"
 #include "scenario.h"
 #include "tool_runner.h"
 #include "typed_list.h"

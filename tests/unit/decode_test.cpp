@@ -10,9 +10,9 @@
 #include <optional>
 
 #include "capture.h"
-#include "edid_builder.h"
 #include "edid_decode_encode_internal.h"
 #include "golden.h"
+#include "records.h"
 #include "scenario.h"
 
 using namespace edc_test;  // NOLINT: record and line helpers throughout

@@ -8,18 +8,14 @@
 
 #include "capture.h"
 #include "corpus.h"
-#include "edid_builder.h"
 #include "edid_composer.h"
 #include "golden.h"
+#include "records.h"
 #include "tool_runner.h"
 
 using namespace edc_test;  // NOLINT: capture, record and tool helpers throughout
 
 namespace {
-
-Bytes CorpusFile(const std::string &stem) {
-  return ReadFile(CorpusDir() + "/edid/" + stem + ".bin");
-}
 
 std::string Printed(const Bytes &bytes, uint8_t summary, const std::string &title,
                     bool traces = false) {
@@ -37,8 +33,8 @@ TEST(DumpGolden, RealEdidsInBothForms) {
   for (const std::string stem :
        {"hdmi3d-01fed248b978", "hdmi3d-000ee288edb2", "monitor-cea-fcb67c4e575d",
         "base-fabfe2602322", "multi-73dba7bd93d7", "odd-003aa3b7c39b"}) {
-    ExpectGolden(stem + ".full.txt", Normalize(Printed(CorpusFile(stem), 0, stem)));
-    ExpectGolden(stem + ".summary.txt", Normalize(Printed(CorpusFile(stem), 1, stem)));
+    ExpectGolden(stem + ".full.txt", Normalize(Printed(CorpusBytes(stem + ".bin"), 0, stem)));
+    ExpectGolden(stem + ".summary.txt", Normalize(Printed(CorpusBytes(stem + ".bin"), 1, stem)));
   }
 }
 
@@ -47,7 +43,7 @@ TEST(DumpGolden, RealEdidsInBothForms) {
 // (reported, walked anyway) whose entry has an aspect code outside 0..3,
 // gamma 1.05, no image size, an unknown HDMI VIC, dual DVI, xvYCC709 alone.
 TEST(DumpGolden, AlteredRecordAndTheValidFlag) {
-  const auto bytes = CorpusFile("hdmi3d-01fed248b978");
+  const auto bytes = CorpusBytes("hdmi3d-01fed248b978.bin");
   PreparedEdid record;
   edid_t &e = record.edid;
   ASSERT_TRUE(decode_edid_block_0(bytes.data(), &e) &&
@@ -75,7 +71,7 @@ TEST(DumpGolden, AlteredRecordAndTheValidFlag) {
 }
 
 TEST(Dump, RefusesWhatIsNotWholeBlocks) {
-  const auto bytes = CorpusFile("base-fabfe2602322");
+  const auto bytes = CorpusBytes("base-fabfe2602322.bin");
   ExpectGolden("dump_refusals.txt",
                "# print_edid: NULL, 129 bytes, 0 bytes (none read: block 0 is all zeros); "
                "print_edid_struct: NULL\n" +
