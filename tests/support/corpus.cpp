@@ -36,16 +36,9 @@ const std::vector<CorpusEdid> &Corpus() {
 
 const std::vector<std::string> &EdidDecodeTexts() {
   static const std::vector<std::string> texts = [] {
-    // One shell for all of them; a NUL, which edid-decode never prints, after each.
-    std::string command = "cd '" + CorpusDir() + "/edid' && for f in";
-    for (const CorpusEdid &c : Corpus()) command += " '" + c.file + "'";
-    std::istringstream out(
-        RunCommand(command + "; do edid-decode \"$f\" 2>/dev/null; printf '\\0'; done"));
-    std::vector<std::string> all;
-    for (std::string text; std::getline(out, text, '\0');) all.push_back(text);
-    EXPECT_EQ(all.size(), Corpus().size());
-    all.resize(Corpus().size());
-    return all;
+    std::vector<std::string> files;
+    for (const CorpusEdid &c : Corpus()) files.push_back(c.file);
+    return RunForEach(CorpusDir() + "/edid", files, "edid-decode \"$f\" 2>/dev/null");
   }();
   return texts;
 }

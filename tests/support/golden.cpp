@@ -35,8 +35,8 @@ void ExpectGolden(const std::string &name, const std::string &text) {
   const auto got = SplitLines(text);
   size_t line = 0;
   while (line < want.size() && line < got.size() && want[line] == got[line]) ++line;
-  ADD_FAILURE() << path << " differs first at line " << line + 1 << "\n  expected: "
-                << (line < want.size() ? "\"" + want[line] + "\"" : "<end>")
+  ADD_FAILURE() << path << " differs first at line " << line + 1
+                << "\n  expected: " << (line < want.size() ? "\"" + want[line] + "\"" : "<end>")
                 << "\n  actual:   " << (line < got.size() ? "\"" + got[line] + "\"" : "<end>")
                 << "\n  (" << want.size() << " lines expected, " << got.size() << " produced)";
 }

@@ -93,6 +93,23 @@ std::vector<Scenario> ReadCases(const std::string &name) {
   return all;
 }
 
+std::vector<Line> ReadTable(const std::string &name, const std::string &title) {
+  for (Scenario &s : ReadScenarios(name))
+    if (s.title == title) {
+      for (Line &row : s.lines)
+        for (std::string &field : row.fields) field = field == "-" ? "" : field;
+      return s.lines;
+    }
+  ADD_FAILURE() << "no table " << title << " in " << name;
+  return {};
+}
+
+std::string ReadText(const std::string &name, const std::string &title) {
+  std::string text;
+  for (const Line &line : ReadTable(name, title)) text += line.text + "\n";
+  return text;
+}
+
 std::vector<Line> ReadRows(const std::string &name) {
   return ReadScenarios(name).front().lines;
 }

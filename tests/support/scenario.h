@@ -50,6 +50,12 @@ std::vector<Scenario> ReadScenarios(const std::string &name);
 // each comes first in every scenario that has no line of its key.
 std::vector<Scenario> ReadCases(const std::string &name);
 
+// The rows of the table so titled in a file of tables, a field "-" read as "".
+std::vector<Line> ReadTable(const std::string &name, const std::string &title);
+
+// The lines of the scenario so titled, one a line: a document kept in a file.
+std::string ReadText(const std::string &name, const std::string &title);
+
 // The lines of a file without titles, such as a table.
 std::vector<Line> ReadRows(const std::string &name);
 

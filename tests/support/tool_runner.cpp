@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <fstream>
+#include <sstream>
 
 #include "capture.h"
 
@@ -20,6 +21,20 @@ std::string RunCommand(const std::string &command, int *status) {
   const int raw = pipe != nullptr ? pclose(pipe) : -1;
   if (status != nullptr) *status = raw != -1 && WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
   return out;
+}
+
+std::vector<std::string> RunForEach(const std::string &folder,
+                                    const std::vector<std::string> &files,
+                                    const std::string &command) {
+  // A NUL, which the commands never print, after each file's output.
+  std::string script = "cd '" + folder + "' && for f in";
+  for (const std::string &file : files) script += " '" + file + "'";
+  std::istringstream out(RunCommand(script + "; do " + command + "; printf '\\0'; done"));
+  std::vector<std::string> all;
+  for (std::string text; std::getline(out, text, '\0');) all.push_back(text);
+  EXPECT_EQ(all.size(), files.size());
+  all.resize(files.size());
+  return all;
 }
 
 ToolResult RunTool(const std::string &arguments, const std::string &stdin_text) {

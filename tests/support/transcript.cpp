@@ -16,7 +16,9 @@ void Transcript::Name(const void *address, const std::string &name) {
   names_.emplace_back(std::to_string(mark), "<mark " + name + ">");
 }
 
-void Transcript::Note(const std::string &line) { text_ += "\n# " + line + "\n"; }
+void Transcript::Note(const std::string &line) {
+  text_ += "\n# " + line + "\n";
+}
 
 void Transcript::Call(const std::string &label, const std::function<long()> &call) {
   long result = 0;

@@ -11,8 +11,8 @@
 
 #include "capture.h"
 #include "compare_command.h"
-#include "decoded_edid.h"
 #include "corpus.h"
+#include "decoded_edid.h"
 #include "edid_composer.h"
 #include "edid_json.h"
 #include "golden.h"

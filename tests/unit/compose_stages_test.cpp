@@ -59,16 +59,8 @@ TEST(VideoModes, SelectedByNativeRatePriorityGeometryAndCurrentMode) {
   }
 }
 
-// The rows of a table of tests/data/compose_limits.txt, "-" read as "".
 std::vector<Line> Limits(const std::string &title) {
-  for (Scenario &s : ReadScenarios("compose_limits.txt"))
-    if (s.title == title) {
-      for (Line &row : s.lines)
-        for (std::string &field : row.fields) field = field == "-" ? "" : field;
-      return s.lines;
-    }
-  ADD_FAILURE() << "no table " << title;
-  return {};
+  return ReadTable("compose_limits.txt", title);
 }
 
 TEST(VideoModes, CurrentModeIsPlausibleWithinInclusiveBounds) {

@@ -1,6 +1,8 @@
 // Stand-alone configuration database: how TOML maps onto paths and nodes
 // (the walk of a sample document is tests/golden/config_store_tree.txt), the
 // result codes, and bad input.
+#include "config_store.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -11,8 +13,8 @@
 #include <string>
 
 #include "capture.h"
-#include "config_store.h"
 #include "golden.h"
+#include "scenario.h"
 
 using edc_test::CaptureStderr;
 using testing::MatchesRegex;
@@ -53,26 +55,8 @@ void Walk(uint32_t node, const std::string &parent, std::string &out) {
 }
 
 TEST_F(ConfigStore, MapsTablesArraysAndValuesOntoDottedPaths) {
-  ASSERT_EQ(config_store_load_string(R"([platform.software.drivers.avcap.edid]
-week = 12
-audio.entry_a = 0x070709
-[platform.software.drivers.avcap.edid.list]
-zeta = 1
-alpha = 2
-[other]
-modes = ["16", "4 FP TBH", 31]
-empty = []
-neg = -2147483648
-top = 4294967295
-minus = -1
-yes = true
-no = false
-float = 1.5
-when = 2024-01-01
-inline = {a = 1}
-long = "Living room TV"
-)"),
-            0);
+  const std::string sample = edc_test::ReadText("configurations.txt", "every kind of value");
+  ASSERT_EQ(config_store_load_string(sample.c_str()), 0);
   uint32_t root = 0;
   ASSERT_EQ(config_node_find(0, "", &root), 0);
   std::string tree;

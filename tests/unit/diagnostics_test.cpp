@@ -34,10 +34,9 @@ TEST(Diagnostics, TraceLinesEndWithFunctionAndLineOnlyWhileDebugIsOn) {
 }
 
 TEST(Diagnostics, VersionBannerNamesTheLibraryAndTheUtcBuildTime) {
-  EXPECT_THAT(std::string(gVersion),
-              MatchesRegex("#@# libedidcomposer\\.so Unofficial Build "
-                           "[A-Z][a-z][a-z] [A-Z][a-z][a-z] [ 0-9][0-9] "
-                           "[0-9][0-9]:[0-9][0-9]:[0-9][0-9] UTC [0-9]+"));
+  EXPECT_THAT(std::string(gVersion), MatchesRegex("#@# libedidcomposer\\.so Unofficial Build "
+                                                  "[A-Z][a-z][a-z] [A-Z][a-z][a-z] [ 0-9][0-9] "
+                                                  "[0-9][0-9]:[0-9][0-9]:[0-9][0-9] UTC [0-9]+"));
 }
 
 }  // namespace

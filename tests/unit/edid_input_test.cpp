@@ -1,5 +1,7 @@
 // The tool's input reader: the forms in which users hold EDIDs, and a clear
 // refusal of everything else.
+#include "edid_input.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -7,7 +9,6 @@
 #include <vector>
 
 #include "capture.h"
-#include "edid_input.h"
 #include "edid_output.h"
 
 using edc_tool::ParseEdid;
@@ -15,7 +16,9 @@ using testing::HasSubstr;
 
 namespace {
 
-std::vector<uint8_t> Bytes(const std::string &text) { return {text.begin(), text.end()}; }
+std::vector<uint8_t> Bytes(const std::string &text) {
+  return {text.begin(), text.end()};
+}
 
 // A block of 128 bytes starting with the EDID header, then 8, 9, 10, ...
 std::vector<uint8_t> Block(uint8_t fill = 0) {
@@ -41,16 +44,16 @@ TEST(EdidInput, ReadsBinaryAndEveryHexForm) {
   const std::string first = spaced.substr(0, spaced.size() / 2);
   const std::string second = spaced.substr(spaced.size() / 2);
   const std::string forms[] = {
-      std::string(edid.begin(), edid.end()),                      // binary
-      spaced,                                                     // plain hex
-      Hex(edid, 30, "%02x", ""),                                  // xxd -p
-      Hex(edid, 16, "%02X", " "),                                 // upper case
-      Hex(edid, 8, "0x%02x", ", ") + "\n",                        // 0x prefixes and commas
+      std::string(edid.begin(), edid.end()),  // binary
+      spaced,                                 // plain hex
+      Hex(edid, 30, "%02x", ""),              // xxd -p
+      Hex(edid, 16, "%02X", " "),             // upper case
+      Hex(edid, 8, "0x%02x", ", ") + "\n",    // 0x prefixes and commas
       "unsigned char edid[] = {\n" + Hex(edid, 8, "0x%02x", ", ") + "};\n",  // a C array
       "edid-decode (hex):\n\n" + first + "\n" + second +
           "\n----------------\n\nBlock 0, Base EDID:\n  Version 1.3\n",  // edid-decode
-      "// EDID\n/*\n * of a TV\n */\n" + Hex(edid, 8, "0x%02x", ", "),  // C comments
-      edc_tool::HexText(edid),                                            // compose's forms
+      "// EDID\n/*\n * of a TV\n */\n" + Hex(edid, 8, "0x%02x", ", "),   // C comments
+      edc_tool::HexText(edid),                                           // compose's forms
       edc_tool::CArrayText(edid, "composed from tv.bin */ and platform.toml"),
   };
   for (const auto &form : forms) {

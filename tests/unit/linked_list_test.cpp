@@ -2,6 +2,8 @@
 // the exact message of every refusal. The refusals are one transcript
 // (tests/golden/linked_list.txt): each call with its result, then the lines
 // it printed, with addresses and marks replaced by names.
+#include "linked_list.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -9,7 +11,6 @@
 
 #include "capture.h"
 #include "golden.h"
-#include "linked_list.h"
 #include "linked_list_internal.h"
 #include "transcript.h"
 #include "typed_list.h"
@@ -38,10 +39,14 @@ struct IntList {
 
 TEST(TypeCode, IsTheSignExtendedXorOfTheNameInFourByteGroups) {
   const std::pair<const char *, uint32_t> cases[] = {
-      {"std_timing_t", 0x42567A69u},       {"detailed_timing_t", 0x371F134Fu},
-      {"short_video_desc_t", 0x27054358u}, {"short_audio_desc_t", 0x3B124F58u},
-      {"int", 0x00746E69u},                {"\xE9", 0xFFFFFFE9u},
-      {"", 0u},                            {"abcdabcd", 0u},  // colliding groups cancel
+      {"std_timing_t", 0x42567A69u},
+      {"detailed_timing_t", 0x371F134Fu},
+      {"short_video_desc_t", 0x27054358u},
+      {"short_audio_desc_t", 0x3B124F58u},
+      {"int", 0x00746E69u},
+      {"\xE9", 0xFFFFFFE9u},
+      {"", 0u},
+      {"abcdabcd", 0u},  // colliding groups cancel
   };
   for (const auto &[name, code] : cases) EXPECT_EQ(_calculate_str_checksum(name), code) << name;
 }
@@ -75,7 +80,7 @@ TEST(TypedList, KeepsOrderAndCopiesDeeply) {
   EXPECT_EQ(ll_is_initialized(&copy.list), 0);
   EXPECT_EQ(copy.list.magic, 0u);
   EXPECT_EQ(ll_verify_list_type(&copy.list, "int"), 1);  // the type code survives
-  EXPECT_EQ(ll_init(&copy.list, "int"), 1);               // and it may start again
+  EXPECT_EQ(ll_init(&copy.list, "int"), 1);              // and it may start again
 }
 
 TEST(TypedList, RefusalsAndIntegrityFindingsPrintTheirMessages) {
@@ -113,12 +118,15 @@ TEST(TypedList, RefusalsAndIntegrityFindingsPrintTheirMessages) {
   t.Note("entries of another type");
   ll_entry_t *timing = nullptr;
   ll_create_entry(12, &timing, &data, "std_timing_t");
-  t.Call("ll_add_entry_to_back(list, std_timing_t)", [&] { return ll_add_entry_to_back(&list, timing); });
-  t.Call("ll_add_entry_to_front(list, std_timing_t)", [&] { return ll_add_entry_to_front(&list, timing); });
+  t.Call("ll_add_entry_to_back(list, std_timing_t)",
+         [&] { return ll_add_entry_to_back(&list, timing); });
+  t.Call("ll_add_entry_to_front(list, std_timing_t)",
+         [&] { return ll_add_entry_to_front(&list, timing); });
   IntList timings({}, "std_timing_t");
   t.Name(&timings.list, "timings");
   t.Call("ll_copy_list(list, timings)", [&] { return ll_copy_list(&list, &timings.list, 4); });
-  t.Call("ll_copy_list(list, timings, size 0)", [&] { return ll_copy_list(&list, &timings.list, 0); });
+  t.Call("ll_copy_list(list, timings, size 0)",
+         [&] { return ll_copy_list(&list, &timings.list, 0); });
   ll_delete_entry(timing);
 
   t.Note("corruptions found by the integrity walk");
@@ -168,7 +176,8 @@ TEST(TypedList, RefusalsAndIntegrityFindingsPrintTheirMessages) {
   t.Call("ll_entry_at(NULL)", [&] { return ll_entry_at(nullptr, 0, &data); });
   t.Call("ll_verify_integrity(NULL)", [&] { return ll_verify_integrity(nullptr); });
   t.Call("ll_add_entry_to_back(NULL)", [&] { return ll_add_entry_to_back(nullptr, entry); });
-  t.Call("ll_add_entry_to_front(entry NULL)", [&] { return ll_add_entry_to_front(&list, nullptr); });
+  t.Call("ll_add_entry_to_front(entry NULL)",
+         [&] { return ll_add_entry_to_front(&list, nullptr); });
   t.Call("ll_copy_list(src NULL)", [&] { return ll_copy_list(nullptr, &list, 4); });
   t.Call("ll_copy_list(dst NULL)", [&] { return ll_copy_list(&list, nullptr, 4); });
   t.Call("ll_copy_list(src uninitialised)", [&] { return ll_copy_list(&zeroed, &list, 4); });

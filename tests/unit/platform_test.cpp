@@ -98,9 +98,7 @@ TEST(PlatformValues, NumbersAreClampedAndCorrected) {
 }
 
 TEST(PlatformValues, AudioEntriesInLetterOrderUntilOneCannotBeStored) {
-  edc_test::ScopedConfig config(
-      "[platform.software.drivers.avcap.edid]\naudio.entry_z = 0xFFFFFF\naudio.entry_c = 0x500715\n"
-      "audio.entry_b = \"0x070709\"\naudio.entry_a = 5\naudio.entry_aa = 2\nyear = 2020\n");
+  edc_test::ScopedConfig config(edc_test::ReadText("configurations.txt", "audio entries"));
   EXPECT_NE(ReadRecord().find("\naudio_list=0x000005, 0x500715, 0xFFFFFF\n"), std::string::npos);
   platform_values_t v{};  // lists never initialised: the first entry cannot be added
   const auto lines = Lines([&] { EXPECT_FALSE(_read_platform_values(&v)); });
@@ -162,12 +160,7 @@ bool Record(const char *child, const char *, int32_t value, char *text, uint32_t
 }
 
 TEST(PlatformLists, WalkerReportsBadListsAndEntriesButNeverFails) {
-  edc_test::ScopedConfig config(
-      "[platform.software.drivers.avcap.edid]\narr = [\"" + std::string(40, 'a') +
-      "\", 31, \"4 FP\", [1]]\nempty = []\nk = [1, 5, 3, \"2\"]\nt = [0, 7, 8]\n"
-      "long = [4, 3, 2, 1, 4, 3, 2, 1, 0]\n60_hz_addition_list = []\n"
-      "standard_timings = [\"1920x1080@60\", \"640x480\"]\n"
-      "[platform.software.drivers.avcap.edid.tab]\nzeta = 3\nalpha = 1\nmid = \"x\"\n");
+  edc_test::ScopedConfig config(edc_test::ReadText("configurations.txt", "lists of every kind"));
   std::string out = "# == what is walked, the lines printed (debug on), then what was read\n";
   const auto run = [&](const std::string &what, const std::function<std::string()> &fn) {
     std::string result;
