@@ -11,7 +11,6 @@
 #include "capture.h"
 #include "golden.h"
 #include "scenario.h"
-#include "transcript.h"
 #include "utility.h"
 
 namespace {

@@ -12,7 +12,6 @@
 #include "capture.h"
 #include "golden.h"
 #include "linked_list_internal.h"
-#include "transcript.h"
 #include "typed_list.h"
 
 using edc_test::Transcript;
