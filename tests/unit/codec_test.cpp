@@ -5,20 +5,8 @@
 // tests/data/encode_record.txt and gives the result, bytes, lines and record
 // expected, worked out by hand from the byte rules). The real corpus and its
 // round trip through the encoder are in corpus_test.cpp.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstring>
-#include <functional>
-#include <memory>
-#include <numeric>
-#include <optional>
-
-#include "capture.h"
+#include "edc_test.h"
 #include "edid_decode_encode_internal.h"
-#include "golden.h"
-#include "records.h"
-#include "scenario.h"
 #include "utility.h"
 
 using namespace edc_test;  // NOLINT: record and line helpers throughout

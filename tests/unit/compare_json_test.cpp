@@ -1,22 +1,12 @@
 // The JSON form of a record (dump --json, compare --json) and the compare
 // command's rows.
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <cstring>
-#include <fstream>
 #include <nlohmann/json.hpp>
-#include <set>
-#include <string>
 
-#include "capture.h"
 #include "compare_command.h"
-#include "corpus.h"
 #include "decoded_edid.h"
+#include "edc_test.h"
 #include "edid_composer.h"
 #include "edid_json.h"
-#include "golden.h"
-#include "tool_runner.h"
 
 using namespace edc_test;  // NOLINT: capture, record and tool helpers throughout
 using nlohmann::json;

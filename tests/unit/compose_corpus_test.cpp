@@ -5,24 +5,8 @@
 // (tests/data/check_failures.txt).
 // The televisions' results are summarised in tests/golden/compose_televisions.txt,
 // so that a change of selection policy shows as a readable diff.
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <fstream>
-#include <map>
-#include <numeric>
-#include <regex>
-#include <set>
-#include <sstream>
-
-#include "capture.h"
-#include "config_store.h"
-#include "corpus.h"
+#include "edc_test.h"
 #include "edid_composer.h"
-#include "golden.h"
-#include "records.h"
-#include "scenario.h"
-#include "tool_runner.h"
 
 #if __has_include(<valgrind/valgrind.h>)
 #include <valgrind/valgrind.h>

@@ -6,23 +6,8 @@
 // _populate_new_edid fills it (tests/data/compose_population.txt); and the
 // entry points: their arguments (tests/data/compose_arguments.tsv) and a
 // caller's own platform record.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <cstring>
-#include <functional>
-#include <map>
-#include <regex>
-#include <sstream>
-
-#include "capture.h"
-#include "corpus.h"
+#include "edc_test.h"
 #include "edid_composer_internal.h"
-#include "golden.h"
-#include "records.h"
-#include "scenario.h"
 
 using namespace edc_test;  // NOLINT: record and line helpers throughout
 using testing::Contains;

@@ -2,34 +2,27 @@
 // the 32-bit pattern of unsigned reads, the debug trace, and the guard
 // against inconsistent constants. The calls and what they print are the
 // transcript tests/golden/config_readers.txt.
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <cstring>
-#include <string>
-
-#include "capture.h"
-#include "golden.h"
-#include "scenario.h"
+#include "edc_test.h"
 #include "utility.h"
+
+using namespace edc_test;  // NOLINT: the test helpers throughout
 
 namespace {
 
 TEST(ConfigReaders, DefaultsClampsAndTheirMessages) {
-  edc_test::ScopedConfig config(edc_test::ReadText("configurations.txt", "single values"));
-  edc_test::Transcript t;
+  ScopedConfig config(ReadText("configurations.txt", "single values"));
+  Transcript t;
   // A read, labelled "get_pc_int(key, min, max, default)" and more; quiet
   // when more says so.
   const auto read = [&](bool is_uint, const char *key, int64_t min, int64_t max, int64_t def,
                         const std::string &more = "") {
     const bool loud = !more.starts_with(" quiet");
-    t.Call(edc_test::Format("get_pc_%s(%s, %ld, %ld, %ld)", is_uint ? "uint" : "int", key, min, max,
-                            def) +
-               more,
-           [&]() -> long {
-             if (is_uint) return get_pc_uint(key, min, max, def, loud);
-             return get_pc_int(key, min, max, def, loud);
-           });
+    t.Call(
+        Format("get_pc_%s(%s, %ld, %ld, %ld)", is_uint ? "uint" : "int", key, min, max, def) + more,
+        [&]() -> long {
+          if (is_uint) return get_pc_uint(key, min, max, def, loud);
+          return get_pc_int(key, min, max, def, loud);
+        });
   };
   t.Note("missing keys give the default");
   read(false, "native_refresh_rate", 50, 60, 60);
@@ -73,7 +66,7 @@ TEST(ConfigReaders, DefaultsClampsAndTheirMessages) {
   t.Call("get_pc_str(missing, 2, LONG) quiet",
          [&] { return get_pc_str("missing", small, sizeof small, "LONG", false); });
   t.Note("buffer: \"" + std::string(small, 2) + "\"");
-  edc_test::ExpectGolden("config_readers.txt", t.Text());
+  ExpectGolden("config_readers.txt", t.Text());
 }
 
 // Both outputs go to standard error so the death test can see them.

@@ -3,21 +3,13 @@
 // result codes, and bad input.
 #include "config_store.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <cstdio>
 #include <cstdlib>
-#include <string>
 
-#include "capture.h"
-#include "golden.h"
-#include "scenario.h"
+#include "edc_test.h"
 
-using edc_test::CaptureStderr;
 using testing::MatchesRegex;
+
+using namespace edc_test;  // NOLINT: the test helpers throughout
 
 namespace {
 
@@ -55,13 +47,13 @@ void Walk(uint32_t node, const std::string &parent, std::string &out) {
 }
 
 TEST_F(ConfigStore, MapsTablesArraysAndValuesOntoDottedPaths) {
-  const std::string sample = edc_test::ReadText("configurations.txt", "every kind of value");
+  const std::string sample = ReadText("configurations.txt", "every kind of value");
   ASSERT_EQ(config_store_load_string(sample.c_str()), 0);
   uint32_t root = 0;
   ASSERT_EQ(config_node_find(0, "", &root), 0);
   std::string tree;
   Walk(root, "", tree);
-  edc_test::ExpectGolden("config_store_tree.txt", tree);
+  ExpectGolden("config_store_tree.txt", tree);
 
   int32_t value = 0;
   EXPECT_EQ(config_get_int(0, "platform.software.drivers.avcap.edid.audio.entry_a", &value), 0);

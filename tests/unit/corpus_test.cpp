@@ -3,24 +3,12 @@
 // edid-decode reading them as this library does; the televisions through
 // the encoder and back; the tool reading each in every input form alike.
 // The corpus is read, decoded and run through edid-decode once per process.
-#include "corpus.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <array>
 #include <cmath>
 #include <deque>
-#include <map>
-#include <regex>
-#include <sstream>
 #include <tuple>
 
-#include "capture.h"
+#include "edc_test.h"
 #include "edid_input.h"
-#include "records.h"
-#include "scenario.h"
-#include "tool_runner.h"
 #include "typed_list.h"
 #include "utility.h"
 

@@ -1,17 +1,13 @@
 // The raw form of diagnostic lines (file base name, line, function), the
 // debug flag and the build banner.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <string>
-
-#include "capture.h"
+#include "edc_test.h"
 #include "linked_list.h"
 #include "utility.h"
 #include "version.h"
 
-using edc_test::CaptureStdout;
 using testing::MatchesRegex;
+
+using namespace edc_test;  // NOLINT: the test helpers throughout
 
 namespace {
 

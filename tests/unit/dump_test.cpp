@@ -1,17 +1,8 @@
 // The text dump, whole outputs compared with reviewed golden files
 // (tests/golden/, normalized as in capture.h), and the dump command as a
 // user runs it.
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <optional>
-
-#include "capture.h"
-#include "corpus.h"
+#include "edc_test.h"
 #include "edid_composer.h"
-#include "golden.h"
-#include "records.h"
-#include "tool_runner.h"
 
 using namespace edc_test;  // NOLINT: capture, record and tool helpers throughout
 

@@ -4,17 +4,11 @@
 // it printed, with addresses and marks replaced by names.
 #include "linked_list.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
-
-#include "capture.h"
-#include "golden.h"
+#include "edc_test.h"
 #include "linked_list_internal.h"
 #include "typed_list.h"
 
-using edc_test::Transcript;
+using namespace edc_test;  // NOLINT: the test helpers throughout
 
 namespace {
 
@@ -182,7 +176,7 @@ TEST(TypedList, RefusalsAndIntegrityFindingsPrintTheirMessages) {
   t.Call("ll_copy_list(src uninitialised)", [&] { return ll_copy_list(&zeroed, &list, 4); });
   t.Call("ll_copy_list(dst uninitialised)", [&] { return ll_copy_list(&list, &zeroed, 4); });
   t.Call("_get_magic_number(NULL)", [&] { return _get_magic_number(nullptr); });
-  edc_test::ExpectGolden("linked_list.txt", t.Text());
+  ExpectGolden("linked_list.txt", t.Text());
 }
 
 }  // namespace

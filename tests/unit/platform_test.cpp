@@ -2,22 +2,12 @@
 // ranges and corrections (tests/data/platform_values.tsv), the list walker
 // (tests/golden/platform_lists.txt), and whole configurations read into the
 // record: an empty one and the samples in examples/ (tests/golden/platform_*.txt).
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <functional>
-#include <sstream>
-#include <string>
-#include <vector>
-
-#include "capture.h"
 #include "config_store.h"
+#include "edc_test.h"
 #include "edid_composer_internal.h"
-#include "golden.h"
-#include "scenario.h"
 #include "typed_list.h"
 
-using edc_test::Lines;
+using namespace edc_test;  // NOLINT: the test helpers throughout
 
 namespace {
 
@@ -29,11 +19,11 @@ std::string Entries(ll_list_t *list) {
   for (const uint32_t *u : edc::elements<uint32_t>(list)) {
     out += out.empty() ? "" : ", ";
     if (ll_verify_list_type(list, "int"))
-      out += edc_test::Format("0x%06X", u[0]);
+      out += Format("0x%06X", u[0]);
     else if (ll_verify_list_type(list, "std_timing_t"))
-      out += edc_test::Format("%u %u %u", u[0], u[1], u[2]);
+      out += Format("%u %u %u", u[0], u[1], u[2]);
     else
-      out += edc_test::Format("%u 0x%02X", u[1], u[2]);  // after the native byte
+      out += Format("%u 0x%02X", u[1], u[2]);  // after the native byte
   }
   return out;
 }
@@ -79,16 +69,16 @@ TEST(PlatformValues, EmptyAndSampleConfigurationsReadAsDocumented) {
     out += "== " + std::string(name) + "\n" + ReadRecord();
     config_store_clear();
   }
-  edc_test::ExpectGolden("platform_records.txt", out);
+  ExpectGolden("platform_records.txt", out);
 }
 
 TEST(PlatformValues, NumbersAreClampedAndCorrected) {
-  for (const auto &row : edc_test::ReadRows("platform_values.tsv")) {
-    edc_test::ScopedConfig config("[platform.software.drivers.avcap.edid]\n" + row[0] + " = " +
-                                  row[1] + "\n");
+  for (const auto &row : ReadRows("platform_values.tsv")) {
+    ScopedConfig config("[platform.software.drivers.avcap.edid]\n" + row[0] + " = " + row[1] +
+                        "\n");
     const std::string record = ReadRecord();
     std::string messages;
-    for (const auto &line : edc_test::SplitLines(record))
+    for (const auto &line : SplitLines(record))
       if (line.find(kRoot + row[0] + " ") != std::string::npos ||
           line.find(kRoot + row[0] + "\"") != std::string::npos)
         messages += line;
@@ -98,7 +88,7 @@ TEST(PlatformValues, NumbersAreClampedAndCorrected) {
 }
 
 TEST(PlatformValues, AudioEntriesInLetterOrderUntilOneCannotBeStored) {
-  edc_test::ScopedConfig config(edc_test::ReadText("configurations.txt", "audio entries"));
+  ScopedConfig config(ReadText("configurations.txt", "audio entries"));
   EXPECT_NE(ReadRecord().find("\naudio_list=0x000005, 0x500715, 0xFFFFFF\n"), std::string::npos);
   platform_values_t v{};  // lists never initialised: the first entry cannot be added
   const auto lines = Lines([&] { EXPECT_FALSE(_read_platform_values(&v)); });
@@ -129,7 +119,7 @@ TEST(PlatformValues, DestroyStopsAtTheFirstListItCannotRemove) {
 }
 
 TEST(PlatformLists, EntryGrammarsGiveTheirEntryOrTheirWarnings) {
-  const auto rows = edc_test::ReadRows("platform_entries.tsv");
+  const auto rows = ReadRows("platform_entries.tsv");
   ASSERT_EQ(rows.size(), 26u);
   for (const auto &row : rows) {
     const bool is_std = row[0] == "std";
@@ -160,7 +150,7 @@ bool Record(const char *child, const char *, int32_t value, char *text, uint32_t
 }
 
 TEST(PlatformLists, WalkerReportsBadListsAndEntriesButNeverFails) {
-  edc_test::ScopedConfig config(edc_test::ReadText("configurations.txt", "lists of every kind"));
+  ScopedConfig config(ReadText("configurations.txt", "lists of every kind"));
   std::string out = "# == what is walked, the lines printed (debug on), then what was read\n";
   const auto run = [&](const std::string &what, const std::function<std::string()> &fn) {
     std::string result;
@@ -168,7 +158,7 @@ TEST(PlatformLists, WalkerReportsBadListsAndEntriesButNeverFails) {
     for (const auto &line : Lines([&] { result = fn(); })) out += line + "\n";
     out += result;
   };
-  edc_test::DebugOn debug;
+  DebugOn debug;
   const struct {
     const char *name, *label;
     bool is_int;
@@ -216,7 +206,7 @@ TEST(PlatformLists, WalkerReportsBadListsAndEntriesButNeverFails) {
     return "entries: " + Entries(&list) + "\n";
   });
   ll_delete_list(&list);
-  edc_test::ExpectGolden("platform_lists.txt", out);
+  ExpectGolden("platform_lists.txt", out);
 }
 
 }  // namespace

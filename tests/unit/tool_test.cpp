@@ -4,25 +4,15 @@
 // and its compose command: the options onto composer_cfg_t
 // (tests/data/compose_settings.txt), the bytes it writes in each form, and
 // the file it replaces.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <map>
-#include <string>
 
-#include "capture.h"
 #include "compose_settings.h"
+#include "edc_test.h"
 #include "edid_composer.h"
 #include "edid_input.h"
 #include "edid_output.h"
-#include "golden.h"
-#include "scenario.h"
-#include "tool_runner.h"
 #include "version.h"
 
 using namespace edc_test;  // NOLINT: capture and tool helpers throughout

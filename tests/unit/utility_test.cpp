@@ -5,36 +5,25 @@
 // the printers' exact output (tests/golden/printers.txt).
 #include "utility.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdint>
-#include <cstring>
-#include <functional>
-#include <map>
-#include <sstream>
-#include <string>
 #include <tuple>
 #include <type_traits>
 
-#include "capture.h"
-#include "golden.h"
-#include "scenario.h"
+#include "edc_test.h"
 #include "utility_internal.h"
 
-using edc_test::Lines;
+using namespace edc_test;  // NOLINT: the test helpers throughout
 
 namespace {
 
 TEST(VicTable, EveryRowHoldsItsFormatsTimingAndFindsItselfAgain) {
-  const auto rows = edc_test::ReadRows("vic_table.tsv");
+  const auto rows = ReadRows("vic_table.tsv");
   ASSERT_EQ(rows.size(), g_vic_dtd_size);
   for (const auto &r : rows) {
     const uint32_t row = std::stoul(r[0]);
     detailed_timing_t t;
     memset(&t, 0xA5, sizeof t);
     ASSERT_EQ(convert_vic_to_dtd(row, &t), 1);
-    const std::string got = edc_test::Format(
+    const std::string got = Format(
         "%u\t%u\t%u\t%u\t%u\t%u\t%u\t%u\t%u\t%u\t%ux%u\t%s\t%s\t%s\t%u", g_vic_dtd[row - 1].vic,
         t.pixel_clock, t.h_active, t.h_blanking, t.h_sync_offset, t.h_sync_width, t.v_active,
         t.v_blanking, t.v_sync_offset, t.v_sync_width, t.h_image_size, t.v_image_size,
@@ -79,9 +68,9 @@ std::string Call(const std::string &what, const std::function<uint32_t()> &fn,
 }
 
 TEST(Conversions, EachCaseGivesItsResultAndExplainsAFailureInTraces) {
-  const auto rows = edc_test::ReadRows("conversions.tsv");
+  const auto rows = ReadRows("conversions.tsv");
   ASSERT_EQ(rows.size(), 54u);
-  edc_test::DebugOn debug;
+  DebugOn debug;
   std::string out = "# == case, its lines (debug on), -> result and output value\n";
   for (const auto &row : rows) {
     uint32_t a = 0, b = 0, c = 0, d = 0, e = 0, value = 77;
@@ -157,7 +146,7 @@ TEST(Conversions, EachCaseGivesItsResultAndExplainsAFailureInTraces) {
     value = 77;
     out += Call(what, fn, &value);
   }
-  edc_test::ExpectGolden("conversions.txt", out);
+  ExpectGolden("conversions.txt", out);
 }
 
 // A name function of any code type, taking the code as read from the table.
@@ -174,7 +163,7 @@ TEST(Names, EveryCodeHasItsFixedText) {
       NAME(est_timing_1_string),      NAME(est_timing_2_string), NAME(man_timing_string),
       NAME(short_video_timing_string)};
 #undef NAME
-  const auto rows = edc_test::ReadRows("names.tsv");
+  const auto rows = ReadRows("names.tsv");
   ASSERT_EQ(rows.size(), 137u);
   for (const auto &row : rows)
     EXPECT_STREQ(functions.at(row[0])(std::stoll(row[1], nullptr, 0)), row[2].c_str())
@@ -189,7 +178,7 @@ std::string Escaped(const std::string &text) {
 }
 
 std::string Hex(uint32_t value, int digits = 2) {
-  return edc_test::Format("0x%0*X", digits, value);
+  return Format("0x%0*X", digits, value);
 }
 
 // "call -> result "printed"": what a function returned (left out for one that
@@ -197,7 +186,7 @@ std::string Hex(uint32_t value, int digits = 2) {
 template <typename Fn>
 std::string Printed(const std::string &call, Fn fn) {
   std::string result;
-  const std::string out = edc_test::Normalize(edc_test::CaptureStdout([&] {
+  const std::string out = Normalize(CaptureStdout([&] {
     if constexpr (std::is_void_v<decltype(fn())>)
       fn();
     else
@@ -244,10 +233,9 @@ TEST(Printers, MaskTextsAndPrintedLinesAreExact) {
                                {0, 2, 0x04, 9},  {15, 2, 0x04, 9}, {19, 2, 0x04, 9}};
   for (const auto &a : audio) {
     short_audio_desc_t sad = {a[0], a[1], a[2], a[3], a[3], a[3], a[3]};
-    out +=
-        Printed(edc_test::Format("print_audio_structure(format %u, channels %u, rates 0x%02X, %u)",
-                                 a[0], a[1], a[2], a[3]),
-                [&] { return print_audio_structure(&sad); });
+    out += Printed(Format("print_audio_structure(format %u, channels %u, rates 0x%02X, %u)", a[0],
+                          a[1], a[2], a[3]),
+                   [&] { return print_audio_structure(&sad); });
   }
   out += Printed("print_audio_structure(NULL)", [] { print_audio_structure(nullptr); });
   for (uint32_t mask : {0x00u, 0x81u, 0xFFu, 0x100u})
@@ -266,7 +254,7 @@ TEST(Printers, MaskTextsAndPrintedLinesAreExact) {
         Printed("print_est_man_type(" + Hex(mask, 4) + ", " + (fn ? "names" : "NULL") + ", " +
                     (title ? title : "NULL") + ")",
                 [&, mask = mask, fn = fn, title = title] { print_est_man_type(mask, fn, title); });
-  edc_test::ExpectGolden("printers.txt", out);
+  ExpectGolden("printers.txt", out);
 }
 
 }  // namespace
