@@ -1,15 +1,7 @@
-#include "capture.h"
-
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <cstdio>
-#include <fstream>
 #include <iterator>
-#include <regex>
-#include <sstream>
 
 #include "config_store.h"
+#include "edc_test.h"
 #include "utility.h"
 
 namespace edc_test {

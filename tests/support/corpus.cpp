@@ -1,11 +1,4 @@
-#include "corpus.h"
-
-#include <gtest/gtest.h>
-
-#include <sstream>
-
-#include "scenario.h"
-#include "tool_runner.h"
+#include "edc_test.h"
 
 namespace edc_test {
 

@@ -1,14 +1,7 @@
-#include "golden.h"
-
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <iterator>
 
-#include "capture.h"
+#include "edc_test.h"
 
 namespace edc_test {
 

@@ -1,18 +1,10 @@
-#include "records.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <bit>
 #include <cctype>
 #include <cstddef>
-#include <cstring>
-#include <numeric>
 #include <span>
-#include <sstream>
 
-#include "capture.h"
 #include "config_store.h"
+#include "edc_test.h"
 #include "typed_list.h"
 
 namespace edc_test {

@@ -1,12 +1,4 @@
-#include "scenario.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <fstream>
-#include <numeric>
-#include <regex>
-#include <sstream>
+#include "edc_test.h"
 
 namespace edc_test {
 

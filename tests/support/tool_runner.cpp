@@ -1,14 +1,6 @@
-#include "tool_runner.h"
-
-#include <gtest/gtest.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstdio>
-#include <fstream>
-#include <sstream>
-
-#include "capture.h"
+#include "edc_test.h"
 
 namespace edc_test {
 
