@@ -1,14 +1,10 @@
 #include <iterator>
 
-#include "config_store.h"
 #include "edc_test.h"
-#include "utility.h"
 
 namespace edc_test {
 
-namespace {
-
-std::string CaptureStream(FILE *stream, const std::function<void()> &fn) {
+std::string Capture(const std::function<void()> &fn, FILE *stream) {
   fflush(stream);
   FILE *sink = tmpfile();
   if (sink == nullptr) {
@@ -25,21 +21,9 @@ std::string CaptureStream(FILE *stream, const std::function<void()> &fn) {
 
   std::string text;
   rewind(sink);
-  char chunk[4096];
-  size_t got;
-  while ((got = fread(chunk, 1, sizeof chunk, sink)) > 0) text.append(chunk, got);
+  for (int c; (c = fgetc(sink)) != EOF;) text += static_cast<char>(c);
   fclose(sink);
   return text;
-}
-
-}  // namespace
-
-std::string CaptureStdout(const std::function<void()> &fn) {
-  return CaptureStream(stdout, fn);
-}
-
-std::string CaptureStderr(const std::function<void()> &fn) {
-  return CaptureStream(stderr, fn);
 }
 
 std::string Normalize(const std::string &text) {
@@ -51,21 +35,13 @@ std::string Normalize(const std::string &text) {
 
 std::vector<std::string> SplitLines(const std::string &text) {
   std::vector<std::string> lines;
-  size_t start = 0;
-  while (start < text.size()) {
-    const size_t end = text.find('\n', start);
-    if (end == std::string::npos) {
-      lines.push_back(text.substr(start));
-      break;
-    }
-    lines.push_back(text.substr(start, end - start));
-    start = end + 1;
-  }
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
   return lines;
 }
 
 std::vector<std::string> Lines(const std::function<void()> &fn) {
-  return SplitLines(Normalize(CaptureStdout(fn)));
+  return SplitLines(Normalize(Capture(fn)));
 }
 
 std::string Error(const std::string &func, const std::string &message) {
@@ -81,7 +57,7 @@ std::string Trace(const std::string &func, const std::string &message) {
   return message + " \t\t\t" + func + "()";
 }
 
-std::string ExpectedLine(const std::string &text) {
+std::string ExpectedLine(const std::string &text, const void *pointer) {
   std::istringstream in(text);
   std::string kind, func, message, raw;
   in >> kind >> func;
@@ -91,6 +67,7 @@ std::string ExpectedLine(const std::string &text) {
     message += tab ? '\t' : raw[i];
     i += tab;
   }
+  message = std::regex_replace(message, std::regex("%p"), Format("%p", pointer));
   for (char &c : kind) c = static_cast<char>(toupper(c));
   return kind == "ERROR"     ? Error(func, message)
          : kind == "WARNING" ? Warning(func, message)
@@ -103,20 +80,6 @@ std::string FirstMissing(const std::vector<std::string> &printed,
   size_t found = 0;
   for (const auto &line : printed) found += found < expected.size() && line == expected[found];
   return found < expected.size() ? expected[found] : "";
-}
-
-DebugOn::DebugOn() {
-  debug_enable(true);
-}
-DebugOn::~DebugOn() {
-  debug_enable(false);
-}
-
-ScopedConfig::ScopedConfig(const std::string &toml) {
-  EXPECT_EQ(config_store_load_string(toml.c_str()), 0) << toml;
-}
-ScopedConfig::~ScopedConfig() {
-  config_store_clear();
 }
 
 std::string CorpusDir() {

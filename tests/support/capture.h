@@ -6,21 +6,24 @@
 //   "msg \t\t\tll_init():42"                    ->  "msg \t\t\tll_init()"
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <cstdio>
 #include <functional>
 #include <string>
 #include <vector>
 
+#include "config_store.h"
+#include "utility.h"
+
 namespace edc_test {
 
 using Bytes = std::vector<uint8_t>;
 
-// Runs fn with standard output redirected and returns what it printed.
-std::string CaptureStdout(const std::function<void()> &fn);
-
-// The same for standard error.
-std::string CaptureStderr(const std::function<void()> &fn);
+// Runs fn with standard output (or another stream) redirected and returns
+// what it printed.
+std::string Capture(const std::function<void()> &fn, FILE *stream = stdout);
 
 // Removes file names and line numbers from diagnostic prefixes and trace suffixes.
 std::string Normalize(const std::string &text);
@@ -28,7 +31,7 @@ std::string Normalize(const std::string &text);
 // Splits text into lines (without their line ends); a final partial line is kept.
 std::vector<std::string> SplitLines(const std::string &text);
 
-// CaptureStdout, Normalize and SplitLines in one.
+// Capture, Normalize and SplitLines in one.
 std::vector<std::string> Lines(const std::function<void()> &fn);
 
 // Expected normalized lines.
@@ -37,31 +40,28 @@ std::string Warning(const std::string &func, const std::string &message);
 std::string Bug(const std::string &func, const std::string &message);
 std::string Trace(const std::string &func, const std::string &message);
 // The same from one text, "ERROR func text" (WARNING, BUG, TRACE; in either
-// case; "\t" stands for a tab), as data files write them.
-std::string ExpectedLine(const std::string &text);
+// case; "\t" stands for a tab, "%p" for pointer), as data files write them.
+std::string ExpectedLine(const std::string &text, const void *pointer = nullptr);
 
 // The first of the expected lines that is not among the lines printed, in
 // this order, or "" when all are.
 std::string FirstMissing(const std::vector<std::string> &printed,
                          const std::vector<std::string> &expected);
 
-// Sets the debug flag for the lifetime of the object and clears it after.
-class DebugOn {
- public:
-  DebugOn();
-  ~DebugOn();
-  DebugOn(const DebugOn &) = delete;
-  DebugOn &operator=(const DebugOn &) = delete;
+// Sets the debug flag (unless told not to) for the lifetime of the object
+// and clears it after.
+struct DebugOn {
+  explicit DebugOn(bool on = true) { debug_enable(on); }
+  ~DebugOn() { debug_enable(false); }
 };
 
 // Loads a TOML configuration into the stand-alone store for the lifetime of
 // the object; the store is emptied afterwards. Fails the test on a load error.
-class ScopedConfig {
- public:
-  explicit ScopedConfig(const std::string &toml);
-  ~ScopedConfig();
-  ScopedConfig(const ScopedConfig &) = delete;
-  ScopedConfig &operator=(const ScopedConfig &) = delete;
+struct ScopedConfig {
+  explicit ScopedConfig(const std::string &toml) {
+    EXPECT_EQ(config_store_load_string(toml.c_str()), 0) << toml;
+  }
+  ~ScopedConfig() { config_store_clear(); }
 };
 
 // printf into a string of at most 255 characters.

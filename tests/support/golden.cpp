@@ -51,7 +51,7 @@ void Transcript::Note(const std::string &line) {
 
 void Transcript::Call(const std::string &label, const std::function<long()> &call) {
   long result = 0;
-  const std::string printed = CaptureStdout([&] { result = call(); });
+  const std::string printed = Capture([&] { result = call(); });
   text_ += label + " -> " + std::to_string(result) + "\n" + Normalize(printed);
 }
 

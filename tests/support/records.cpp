@@ -9,22 +9,6 @@
 
 namespace edc_test {
 
-PreparedEdid::PreparedEdid() {
-  memset(&edid, 0, sizeof edid);
-  EXPECT_EQ(edid_prepare(&edid), 1);
-}
-PreparedEdid::~PreparedEdid() {
-  if (ll_is_initialized(&edid.std_timings)) edid_destroy(&edid);
-}
-
-PreparedPlatform::PreparedPlatform() {
-  memset(&values, 0, sizeof values);
-  EXPECT_TRUE(platform_values_init(&values));
-}
-PreparedPlatform::~PreparedPlatform() {
-  platform_values_destroy(&values);
-}
-
 namespace {
 
 // A field of a record or element: where it lies, the size of one value, how
@@ -267,13 +251,6 @@ std::string AudioText(const short_audio_desc_t &audio) {
   return Short(&audio, kSadFields);
 }
 
-SampleConfig::SampleConfig() {
-  EXPECT_EQ(config_store_load_file(EDC_EXAMPLES_DIR "/platform.toml"), 0);
-}
-SampleConfig::~SampleConfig() {
-  config_store_clear();
-}
-
 composer_cfg_t CorpusSettings() {
   composer_cfg_t cfg{};
   cfg.hdmi_current_mode = {1920, 1080, 0, 60};
@@ -290,7 +267,7 @@ void DecodeComposed(const std::vector<uint8_t> &bytes, edid_t *edid) {
   ASSERT_EQ(bytes.size(), 256u);
   for (size_t block : {0, 128})
     EXPECT_EQ(std::accumulate(bytes.begin() + block, bytes.begin() + block + 128, 0) % 256, 0);
-  CaptureStdout([&] {
+  Capture([&] {
     EXPECT_TRUE(decode_edid_block_0(bytes.data(), edid));
     EXPECT_TRUE(decode_edid_extensions(bytes.data() + 128, 128, edid));
   });

@@ -21,32 +21,31 @@
 //   timings      "31 16"        the detailed timings of these VICs
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include "capture.h"
 #include "edid_composer.h"
 #include "edid_decode_encode.h"
 #include "utility.h"
 
 namespace edc_test {
 
-// A prepared edid_t, destroyed with the object.
+// A prepared edid_t and an initialised platform record, destroyed with the object.
 struct PreparedEdid {
-  PreparedEdid();
-  ~PreparedEdid();
-  PreparedEdid(const PreparedEdid &) = delete;
-  PreparedEdid &operator=(const PreparedEdid &) = delete;
-  edid_t edid;
+  PreparedEdid() { EXPECT_EQ(edid_prepare(&edid), 1); }
+  ~PreparedEdid() {
+    if (ll_is_initialized(&edid.std_timings)) edid_destroy(&edid);
+  }
+  edid_t edid{};
 };
-
-// A platform values record, initialised and destroyed with the object.
 struct PreparedPlatform {
-  PreparedPlatform();
-  ~PreparedPlatform();
-  PreparedPlatform(const PreparedPlatform &) = delete;
-  PreparedPlatform &operator=(const PreparedPlatform &) = delete;
-  platform_values_t values;
+  PreparedPlatform() { EXPECT_TRUE(platform_values_init(&values)); }
+  ~PreparedPlatform() { platform_values_destroy(&values); }
+  platform_values_t values{};
 };
 
 // Applies a record line; false for a line it does not know.
@@ -68,10 +67,8 @@ std::string AudioText(const short_audio_desc_t &audio);
 
 // The sample configuration of examples/, loaded for the object's lifetime.
 struct SampleConfig {
-  SampleConfig();
-  ~SampleConfig();
-  SampleConfig(const SampleConfig &) = delete;
-  SampleConfig &operator=(const SampleConfig &) = delete;
+  SampleConfig() { EXPECT_EQ(config_store_load_file(EDC_EXAMPLES_DIR "/platform.toml"), 0); }
+  ~SampleConfig() { config_store_clear(); }
 };
 
 // The caller's settings used with the corpus: 1080p60 output, every audio

@@ -59,6 +59,13 @@ std::string Scenario::Value(const std::string &key) const {
   return line != lines.rend() ? (*line)[1] : "";
 }
 
+std::vector<std::string> Scenario::Expected(const std::string &key, const void *pointer) const {
+  std::vector<std::string> expected;
+  for (const Line &line : lines)
+    if (line[0] == key) expected.push_back(ExpectedLine(line[1], pointer));
+  return expected;
+}
+
 std::vector<Scenario> ReadScenarios(const std::string &name) {
   const std::string path = std::string(EDC_TESTS_DIR) + "/data/" + name;
   std::ifstream in(path);

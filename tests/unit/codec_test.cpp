@@ -31,8 +31,7 @@ std::string Scene(const std::string &what, edid_t &edid, const std::function<int
 
 std::string RunScenario(const Scenario &s) {
   PreparedEdid r;
-  std::optional<DebugOn> debug;
-  if (s.Has("debug")) debug.emplace();
+  DebugOn debug(s.Has("debug"));
   const size_t size = s.Has("size") ? std::stoul(s.Value("size")) : s.bytes.size();
   // Exactly the bytes given, so that AddressSanitizer sees any read beyond them.
   auto copy = std::make_unique<uint8_t[]>(size + 1);
@@ -109,7 +108,7 @@ void RunCase(const Scenario &s) {
   uint8_t *blocks = buffer.data(), spa = 0, *spa_out = &spa;
   edid_t *edid = &record.edid;
   int32_t size = 256, result = 1;
-  std::optional<DebugOn> debug;
+  DebugOn debug(s.Has("debug"));
   std::vector<std::string> printed, want, have;
   std::string lists;  // those that "after" lines name
   for (const Line &line : s.lines) {
@@ -120,7 +119,6 @@ void RunCase(const Scenario &s) {
       printed.push_back(ExpectedLine(line.text));
     if (key == "native_bit" || key == "size" || key == "result")
       (key == "size" ? size : key == "result" ? result : platform.native_bit) = std::stoi(value);
-    if (key == "debug") debug.emplace();
     if (key == "after") want.push_back(value), lists += " " + value.substr(0, gap) + " ";
     if (line.text == "platform null") values = nullptr;
     if (line.text == "null blocks") blocks = nullptr;

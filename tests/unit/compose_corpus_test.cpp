@@ -66,7 +66,7 @@ TEST(ComposeCorpus, EveryEdidComposesIntoOneThatBothDecodersReadAndEdidDecodeAcc
     Bytes out(256);
     bool result = false;
     debug_enable(n % 10 == 0);  // the traces and the check decode, on a tenth
-    const std::string printed = CaptureStdout([&] {
+    const std::string printed = Capture([&] {
       result = compose_edid(entry.bytes.data(), static_cast<int32_t>(entry.bytes.size()),
                             out.data(), 256, &cfg);
     });

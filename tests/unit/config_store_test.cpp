@@ -20,7 +20,8 @@ class ConfigStore : public testing::Test {
   // Loads bad text; returns what the store wrote to standard error.
   static std::string LoadFails(const std::string &text) {
     int32_t result = 0;
-    const std::string err = CaptureStderr([&] { result = config_store_load_string(text.c_str()); });
+    const std::string err =
+        Capture([&] { result = config_store_load_string(text.c_str()); }, stderr);
     EXPECT_NE(result, 0) << text;
     return err;
   }
@@ -124,14 +125,14 @@ TEST_F(ConfigStore, FilesLoadByPathAndAMissingFileIsAClearError) {
   const std::string bad = "[p]\nq = 5\nbad = [\n";
   ASSERT_EQ(write(fd, bad.data(), bad.size()), static_cast<ssize_t>(bad.size()));
   close(fd);
-  const std::string err = CaptureStderr([&] { EXPECT_NE(config_store_load_file(path), 0); });
+  const std::string err = Capture([&] { EXPECT_NE(config_store_load_file(path), 0); }, stderr);
   EXPECT_THAT(err, MatchesRegex(std::string(path) + ":3:[0-9]+: .+\n"));
   FILE *file = fopen(path, "w");
   fputs("[p]\nq = 5\n", file);
   fclose(file);
   EXPECT_EQ(config_store_load_file(path), 0);
   unlink(path);
-  EXPECT_EQ(CaptureStderr([] { EXPECT_NE(config_store_load_file("/nonexistent/edid.toml"), 0); }),
+  EXPECT_EQ(Capture([] { EXPECT_NE(config_store_load_file("/nonexistent/edid.toml"), 0); }, stderr),
             "/nonexistent/edid.toml:0:0: cannot open file: No such file or directory\n");
   int32_t value = 0;
   EXPECT_EQ(config_get_int(0, "p.q", &value), 0);  // still loaded

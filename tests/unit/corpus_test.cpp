@@ -38,7 +38,7 @@ std::deque<Decoded> &Decodings() {
     const Bytes &bytes = Corpus()[i].bytes;
     Decoded &d = all.emplace_back();
     if (bytes.size() < 128 || bytes.size() % 128 != 0) continue;
-    d.printed = CaptureStdout([&] {
+    d.printed = Capture([&] {
       d.base = decode_edid_block_0(bytes.data(), &d.record.edid);
       d.base_dtds = ll_size(&d.record.edid.dtd_list);
       if (bytes.size() > 128)
@@ -239,10 +239,10 @@ void ExpectRoundTrip(edid_t &decoded, bool native_bit) {
   platform.native_bit = native_bit;
   std::vector<uint8_t> out(256);
   uint8_t result = 0;
-  const std::string printed = CaptureStdout(
-      [&] { result = encode_edid(out.data(), 256, &given.edid, nullptr, &platform); });
+  const std::string printed =
+      Capture([&] { result = encode_edid(out.data(), 256, &given.edid, nullptr, &platform); });
   ASSERT_EQ(result, 1) << printed;
-  CaptureStdout([&] {
+  Capture([&] {
     EXPECT_TRUE(decode_edid_block_0(out.data(), &back.edid));
     EXPECT_TRUE(decode_edid_extensions(out.data() + 128, 128, &back.edid));
   });

@@ -12,17 +12,17 @@ using namespace edc_test;  // NOLINT: the test helpers throughout
 namespace {
 
 TEST(Diagnostics, PrefixedLinesNameTheSourceBaseNameLineAndFunction) {
-  const std::string out = CaptureStdout([] { ll_init(nullptr, "int"); });
+  const std::string out = Capture([] { ll_init(nullptr, "int"); });
   EXPECT_THAT(out, MatchesRegex("linked_list\\.cpp:[0-9]+:ll_init\\(\\) ERROR: list ptr is "
                                 "NULL\\.\n"));
 }
 
 TEST(Diagnostics, TraceLinesEndWithFunctionAndLineOnlyWhileDebugIsOn) {
   ASSERT_FALSE(debug_enabled());
-  EXPECT_EQ(CaptureStdout([] { get_pc_int("absent", 0, 1, 0, false); }), "");
+  EXPECT_EQ(Capture([] { get_pc_int("absent", 0, 1, 0, false); }), "");
   debug_enable(true);
   EXPECT_TRUE(debug_enabled());
-  const std::string out = CaptureStdout([] { get_pc_int("absent", 0, 1, 0, false); });
+  const std::string out = Capture([] { get_pc_int("absent", 0, 1, 0, false); });
   debug_enable(false);
   EXPECT_FALSE(debug_enabled());
   EXPECT_THAT(out, MatchesRegex("Platform config read\\. Path:platform\\.software\\.drivers\\."

@@ -10,9 +10,8 @@ namespace {
 
 std::string Printed(const Bytes &bytes, uint8_t summary, const std::string &title,
                     bool traces = false) {
-  std::optional<DebugOn> debug;
-  if (traces) debug.emplace();
-  return CaptureStdout([&] {
+  DebugOn debug(traces);
+  return Capture([&] {
     print_edid(bytes.data(), static_cast<uint32_t>(bytes.size()), summary, title.c_str());
   });
 }
@@ -49,8 +48,7 @@ TEST(DumpGolden, AlteredRecordAndTheValidFlag) {
   e.gamma = 5, e.h_size_cm = 0, e.dvi_dual = 1, e.xvycc709 = 1;
   e.hdmi_vic_len = 2, e.hdmi_vic[0] = 4, e.hdmi_vic[1] = 9;
   const auto print = [&](uint8_t summary) {
-    return Normalize(
-        CaptureStdout([&] { EXPECT_EQ(print_edid_struct(&e, summary, "altered"), 1); }));
+    return Normalize(Capture([&] { EXPECT_EQ(print_edid_struct(&e, summary, "altered"), 1); }));
   };
   ExpectGolden("altered.full.txt", print(0));
   ExpectGolden("altered.summary.txt", print(1));
@@ -66,7 +64,7 @@ TEST(Dump, RefusesWhatIsNotWholeBlocks) {
   ExpectGolden("dump_refusals.txt",
                "# print_edid: NULL, 129 bytes, 0 bytes (none read: block 0 is all zeros); "
                "print_edid_struct: NULL\n" +
-                   Normalize(CaptureStdout([&] {
+                   Normalize(Capture([&] {
                      print_edid(nullptr, 128, 0, "t");
                      print_edid(bytes.data(), 129, 0, "t");
                      print_edid(bytes.data(), 0, 0, "t");

@@ -153,7 +153,7 @@ TEST(ToolCompose, WritesWhatComposeEdidComposes) {
     {
       ScopedConfig config(toml);
       composer_cfg_t cfg = c.cfg;
-      CaptureStdout([&] {
+      Capture([&] {
         EXPECT_TRUE(compose_edid(c.with_sink ? sink.data() : nullptr, c.with_sink ? 256 : 0,
                                  expected.data(), 256, &cfg));
       });

@@ -186,7 +186,7 @@ std::string Hex(uint32_t value, int digits = 2) {
 template <typename Fn>
 std::string Printed(const std::string &call, Fn fn) {
   std::string result;
-  const std::string out = Normalize(CaptureStdout([&] {
+  const std::string out = Normalize(Capture([&] {
     if constexpr (std::is_void_v<decltype(fn())>)
       fn();
     else
