@@ -40,7 +40,8 @@ std::vector<std::string> SplitLines(const std::string &text) {
   return lines;
 }
 
-std::vector<std::string> Lines(const std::function<void()> &fn) {
+std::vector<std::string> Lines(const std::function<void()> &fn, bool debug) {
+  DebugOn on(debug);
   return SplitLines(Normalize(Capture(fn)));
 }
 

@@ -31,8 +31,8 @@ std::string Normalize(const std::string &text);
 // Splits text into lines (without their line ends); a final partial line is kept.
 std::vector<std::string> SplitLines(const std::string &text);
 
-// Capture, Normalize and SplitLines in one.
-std::vector<std::string> Lines(const std::function<void()> &fn);
+// Capture, Normalize and SplitLines in one, with the debug flag set if asked.
+std::vector<std::string> Lines(const std::function<void()> &fn, bool debug = false);
 
 // Expected normalized lines.
 std::string Error(const std::string &func, const std::string &message);
@@ -48,11 +48,11 @@ std::string ExpectedLine(const std::string &text, const void *pointer = nullptr)
 std::string FirstMissing(const std::vector<std::string> &printed,
                          const std::vector<std::string> &expected);
 
-// Sets the debug flag (unless told not to) for the lifetime of the object
-// and clears it after.
+// Sets the debug flag (when on) for the lifetime of the object; restores it after.
 struct DebugOn {
-  explicit DebugOn(bool on = true) { debug_enable(on); }
-  ~DebugOn() { debug_enable(false); }
+  explicit DebugOn(bool on = true) : was(debug_enabled()) { debug_enable(was || on); }
+  ~DebugOn() { debug_enable(was); }
+  const bool was;
 };
 
 // Loads a TOML configuration into the stand-alone store for the lifetime of

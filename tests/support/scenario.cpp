@@ -59,10 +59,16 @@ std::string Scenario::Value(const std::string &key) const {
   return line != lines.rend() ? (*line)[1] : "";
 }
 
-std::vector<std::string> Scenario::Expected(const std::string &key, const void *pointer) const {
-  std::vector<std::string> expected;
+std::vector<std::string> Scenario::Values(const std::string &key) const {
+  std::vector<std::string> values;
   for (const Line &line : lines)
-    if (line[0] == key) expected.push_back(ExpectedLine(line[1], pointer));
+    if (line[0] == key) values.push_back(line[1]);
+  return values;
+}
+
+std::vector<std::string> Scenario::Expected(const std::string &key, const void *pointer) const {
+  std::vector<std::string> expected = Values(key);
+  for (std::string &line : expected) line = ExpectedLine(line, pointer);
   return expected;
 }
 

@@ -41,7 +41,8 @@ struct Scenario {
   bool Has(const std::string &key) const;
   // The value of the last line with key, or "".
   std::string Value(const std::string &key) const;
-  // The values of the lines with key as expected lines (capture.h).
+  // The values of the lines with key, as they are or as expected lines (capture.h).
+  std::vector<std::string> Values(const std::string &key) const;
   std::vector<std::string> Expected(const std::string &key, const void *pointer = nullptr) const;
 };
 

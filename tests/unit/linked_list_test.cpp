@@ -31,16 +31,13 @@ struct IntList {
 };
 
 TEST(TypeCode, IsTheSignExtendedXorOfTheNameInFourByteGroups) {
+  // clang-format off
   const std::pair<const char *, uint32_t> cases[] = {
-      {"std_timing_t", 0x42567A69u},
-      {"detailed_timing_t", 0x371F134Fu},
-      {"short_video_desc_t", 0x27054358u},
-      {"short_audio_desc_t", 0x3B124F58u},
-      {"int", 0x00746E69u},
-      {"\xE9", 0xFFFFFFE9u},
-      {"", 0u},
-      {"abcdabcd", 0u},  // colliding groups cancel
-  };
+      {"std_timing_t", 0x42567A69u},       {"detailed_timing_t", 0x371F134Fu},
+      {"short_video_desc_t", 0x27054358u}, {"short_audio_desc_t", 0x3B124F58u},
+      {"int", 0x00746E69u},                {"\xE9", 0xFFFFFFE9u},
+      {"", 0u},                            {"abcdabcd", 0u}};  // colliding groups cancel
+  // clang-format on
   for (const auto &[name, code] : cases) EXPECT_EQ(_calculate_str_checksum(name), code) << name;
 }
 
@@ -123,32 +120,20 @@ TEST(TypedList, RefusalsAndIntegrityFindingsPrintTheirMessages) {
   ll_delete_entry(timing);
 
   t.Note("corruptions found by the integrity walk");
-  const auto verify = [&](const std::string &what) {
+  // Each corruption repairs the one before it.
+  const auto verify = [&](const std::string &what, const std::function<void()> &corrupt) {
+    corrupt();
     t.Call("ll_verify_integrity: " + what, [&] { return ll_verify_integrity(&list); });
   };
-  list.size = 5;
-  verify("size 5 for 3 entries");
-  list.size = 2;
-  verify("size 2 for 3 entries");
-  list.size = -1;
-  verify("size -1");
-  list.size = 3;
-  third->next = first;
-  verify("a cycle");
-  third->next = nullptr;
-  second->list = nullptr;
-  verify("an entry without its list");
-  second->list = &list;
-  third->type_code = 0x1234;
-  verify("an entry of another type");
-  third->type_code = list.type_code;
-  list.head = nullptr;
-  verify("no head, size 3");
-  list.head = first;
-  list.size = 0;
-  verify("a head, size 0");
-  list.size = 3;
-  verify("repaired");
+  verify("size 5 for 3 entries", [&] { list.size = 5; });
+  verify("size 2 for 3 entries", [&] { list.size = 2; });
+  verify("size -1", [&] { list.size = -1; });
+  verify("a cycle", [&] { list.size = 3, third->next = first; });
+  verify("an entry without its list", [&] { third->next = nullptr, second->list = nullptr; });
+  verify("an entry of another type", [&] { second->list = &list, third->type_code = 0x1234; });
+  verify("no head, size 3", [&] { third->type_code = list.type_code, list.head = nullptr; });
+  verify("a head, size 0", [&] { list.head = first, list.size = 0; });
+  verify("repaired", [&] { list.size = 3; });
 
   t.Note("NULL and bad arguments");
   ll_entry_t *entry = nullptr;
