@@ -29,4 +29,3 @@
 #include "golden.h"
 #include "records.h"
 #include "scenario.h"
-#include "tool_runner.h"

@@ -196,12 +196,12 @@ std::string Printed(const std::string &call, Fn fn) {
 }
 
 // A mask text built into a buffer of 'x', shown up to two bytes past
-// string_len with each NUL as '~'.
-std::string Built(const char *name, int32_t (*fn)(uint32_t, char *, uint32_t), uint32_t mask,
-                  uint32_t string_len) {
+// string_len with each NUL as '~'; or the refusal of a NULL buffer.
+std::string Built(const std::string &call, int32_t (*fn)(uint32_t, char *, uint32_t), bool null,
+                  uint32_t mask, uint32_t string_len) {
   char buffer[128];
   memset(buffer, 'x', sizeof buffer);
-  const std::string call = name + ("(" + Hex(mask)) + ", " + std::to_string(string_len) + ")";
+  if (null) return Printed(call, [&] { fn(0x7F, nullptr, 40); });
   std::string line = string_len >= 17  // below that the result means nothing
                          ? Printed(call, [&] { return fn(mask, buffer, string_len); })
                          : Printed(call, [&] { fn(mask, buffer, string_len); });
@@ -213,33 +213,27 @@ std::string Built(const char *name, int32_t (*fn)(uint32_t, char *, uint32_t), u
 TEST(Printers, MaskTextsAndPrintedLinesAreExact) {
   std::string out =
       "# call -> result \"printed\" [buffer up to 2 bytes past the length, NUL as ~]\n";
-  for (const auto &[mask, length] :
-       {std::pair{0x7Fu, 100u}, {0x7F, 17}, {0x00, 17}, {0x05, 17}, {0x80, 17}, {0x7F, 16}})
-    out += Built("audio_freq_string", audio_freq_string, mask, length);
-  for (const auto &[mask, length] :
-       {std::pair{0x07u, 30u}, {0x07, 17}, {0x00, 17}, {0x02, 17}, {0x07, 16}})
-    out += Built("audio_pcm_bits_string", audio_pcm_bits_string, mask, length);
-  out += Printed("audio_freq_string(NULL)", [] { audio_freq_string(0x7F, nullptr, 40); });
-  out += Printed("audio_pcm_bits_string(NULL)", [] { audio_pcm_bits_string(0x7F, nullptr, 40); });
-  const uint8_t speakers[][3] = {
-      {0x0F, 0x00, 0xFF}, {0x02, 0, 0}, {0, 0, 0}, {0xFF, 0x07, 0}, {0x00, 0xFA, 0xFF}};
-  for (const auto &s : speakers)
-    out += Printed("print_speaker(" + Hex(s[0]) + ", " + Hex(s[1]) + ", " + Hex(s[2]) + ")",
-                   [&] { return print_speaker(s[0], s[1], s[2]); });
-  // Every format-specific field holds the same value; only the format's own is shown.
-  const uint32_t audio[][4] = {{1, 2, 0x07, 5},  {1, 8, 0, 0},     {2, 6, 0x04, 640},
-                               {8, 2, 0x01, 64}, {9, 2, 0x01, 3},  {13, 8, 0x06, 1},
-                               {14, 2, 0x04, 3}, {16, 2, 0x04, 9}, {18, 6, 0x40, 9},
-                               {0, 2, 0x04, 9},  {15, 2, 0x04, 9}, {19, 2, 0x04, 9}};
-  for (const auto &a : audio) {
-    short_audio_desc_t sad = {a[0], a[1], a[2], a[3], a[3], a[3], a[3]};
-    out += Printed(Format("print_audio_structure(format %u, channels %u, rates 0x%02X, %u)", a[0],
-                          a[1], a[2], a[3]),
-                   [&] { return print_audio_structure(&sad); });
+  for (const Line &row : ReadRows("printers.tsv")) {
+    const std::string &fn = row[0];
+    const bool null = row[1] == "NULL";
+    std::string call = fn + "(";
+    uint32_t n[4] = {};  // the arguments: the last word of each field
+    for (size_t i = 1; i < row.size(); ++i) {
+      call += row[i] + (i + 1 < row.size() ? ", " : ")");
+      n[i - 1] = null ? 0 : std::stoul(row[i].substr(row[i].rfind(' ') + 1), nullptr, 0);
+    }
+    short_audio_desc_t sad = {n[0], n[1], n[2], n[3], n[3], n[3], n[3]};
+    if (fn.starts_with("audio_"))
+      out += Built(call, fn == "audio_freq_string" ? audio_freq_string : audio_pcm_bits_string,
+                   null, n[0], n[1]);
+    if (fn == "print_speaker")
+      out += Printed(call, [&] { return print_speaker(n[0], n[1], n[2]); });
+    if (fn == "print_audio_structure" && null)
+      out += Printed(call, [] { print_audio_structure(nullptr); });
+    if (fn == "print_audio_structure" && !null)
+      out += Printed(call, [&] { return print_audio_structure(&sad); });
+    if (fn == "print_stereo_type") out += Printed(call, [&] { print_stereo_type(n[0]); });
   }
-  out += Printed("print_audio_structure(NULL)", [] { print_audio_structure(nullptr); });
-  for (uint32_t mask : {0x00u, 0x81u, 0xFFu, 0x100u})
-    out += Printed("print_stereo_type(" + Hex(mask) + ")", [&] { print_stereo_type(mask); });
   const char *const est1 = "Established Timings 1";
   const std::tuple<int32_t, const char *(*)(int32_t), const char *> lists[] = {
       {0xA5, est_timing_1_string, est1},
