@@ -24,6 +24,10 @@ namespace {
 const std::string kConfig = std::string(EDC_EXAMPLES_DIR) + "/platform.toml";
 const std::string kSink = std::string(EDC_EXAMPLES_DIR) + "/sony-tv.bin";
 
+Bytes BytesOf(const std::string &text) {
+  return {text.begin(), text.end()};
+}
+
 TEST(Tool, VersionPrintsTheBanner) {
   const auto result = RunTool("--version");
   EXPECT_EQ(result.status, 0);
@@ -46,38 +50,23 @@ TEST(Tool, HelpListsTheCommandsAndComposeHelpEveryOptionWithItsDefault) {
 }
 
 TEST(Tool, UnusableInputIsOneLineAndStatus2) {
-  const std::string examples = EDC_EXAMPLES_DIR;
-  const std::string broken = testing::TempDir() + "edc_broken.toml";
-  std::ofstream(broken) << "[platform.software]\nweek = \n";
-  const auto base = ReadFile(CorpusDir() + "/edid/base-fabfe2602322.bin");
-  const std::string config = " --config " + examples + "/platform.toml";
-  const std::string cases[][3] = {
-      // what, arguments, standard input
-      {"a file that is not there", "dump /nonexistent/edid.bin", ""},
-      {"a directory", "dump /", ""},
-      {"nothing on standard input", "dump -", ""},
-      {"a word that is not hex", "dump -", "00 ff zz\n"},
-      {"129 bytes", "dump -", std::string(base.begin(), base.end()) + "\n"},
-      {"no file named", "dump", ""},
-      {"an unknown command", "decode x.bin", ""},
-      {"no configuration", "compose -o /dev/null", ""},
-      {"a configuration that is not there", "compose --config /nonexistent.toml", ""},
-      {"a broken configuration", "compose --format hex --config " + broken, ""},
-      {"a television EDID that is not hex", "compose --format hex --sink -" + config, "0g\n"},
-      {"a bad option value", "compose --format hex --mode 1080p60" + config, ""},
-      {"an output folder that is not there", "compose -o /nonexistent/edid.bin" + config, ""},
-      {"standard input twice", "compare - -", ""},
-      {"a second EDID that is not there", "compare " + examples + "/sony-tv.bin /nonexistent", ""},
-  };
+  const std::string examples = EDC_EXAMPLES_DIR "/", temp = testing::TempDir();
+  std::ofstream(temp + "edc_broken.toml") << "[platform.software]\nweek = \n";
   std::string out = "# == edid-composer <arguments>: exit status, standard output and error\n";
-  for (const auto &[what, arguments, input] : cases) {
-    const auto result = RunTool(arguments, input);
-    out += "== " + what + ": " + arguments + "\n-> " + std::to_string(result.status) + "\n" +
+  for (const Line &row : ReadRows("tool_unusable.tsv")) {
+    const Bytes input = row[2].ends_with(".bin") ? CorpusBytes(row[2]) : BytesOf(row[2]);
+    const std::string arguments =
+        std::regex_replace(std::regex_replace(row[1], std::regex(" (platform.toml|sony-tv.bin)"),
+                                              " " + examples + "$1"),
+                           std::regex(" edc_broken"), " " + temp + "edc_broken");
+    const auto result =
+        RunTool(arguments, input.empty() ? "" : std::string(input.begin(), input.end()) + "\n");
+    out += "== " + row[0] + ": " + row[1] + "\n-> " + std::to_string(result.status) + "\n" +
            result.out + result.err;
   }
-  remove(broken.c_str());
+  remove((temp + "edc_broken.toml").c_str());
   // Paths that depend on the machine are left out.
-  for (const std::string &path : {examples + "/", testing::TempDir()})
+  for (const std::string &path : {examples, temp})
     for (size_t at; (at = out.find(path)) != std::string::npos;) out.erase(at, path.size());
   ExpectGolden("tool_unusable.txt", out);
 }
@@ -131,8 +120,7 @@ TEST(ComposeSettings, RefusesValuesOutsideTheirWords) {
 // The tool's bytes equal compose_edid's for the same settings, in every
 // output form: its options reach the library as documented.
 TEST(ToolCompose, WritesWhatComposeEdidComposes) {
-  std::ifstream config_file(kConfig);
-  const std::string toml((std::istreambuf_iterator<char>(config_file)), {});
+  SampleConfig config;  // kConfig
   const auto sink = ReadFile(kSink);
   const std::string out = testing::TempDir() + "edc_compose_" + std::to_string(getpid());
   const struct {
@@ -150,14 +138,11 @@ TEST(ToolCompose, WritesWhatComposeEdidComposes) {
   for (const auto &c : cases) {
     SCOPED_TRACE(c.arguments);
     std::vector<uint8_t> expected(256);
-    {
-      ScopedConfig config(toml);
-      composer_cfg_t cfg = c.cfg;
-      Capture([&] {
-        EXPECT_TRUE(compose_edid(c.with_sink ? sink.data() : nullptr, c.with_sink ? 256 : 0,
-                                 expected.data(), 256, &cfg));
-      });
-    }
+    composer_cfg_t cfg = c.cfg;
+    Capture([&] {
+      EXPECT_TRUE(compose_edid(c.with_sink ? sink.data() : nullptr, c.with_sink ? 256 : 0,
+                               expected.data(), 256, &cfg));
+    });
     const std::string common = "compose --quiet --config " + kConfig + " " + c.arguments +
                                (c.with_sink ? " --sink " + kSink : "");
     ASSERT_EQ(RunTool(common + " -o " + out).status, 0);
@@ -241,17 +226,6 @@ TEST(ToolCompose, ReportsTheNewEdidAndWhereItsAddressLies) {
 // ---------------------------------------------------------------------------
 // The input reader
 
-Bytes BytesOf(const std::string &text) {
-  return {text.begin(), text.end()};
-}
-
-// A block of 128 bytes starting with the EDID header, then 8, 9, 10, ...
-std::vector<uint8_t> Block(uint8_t fill = 0) {
-  std::vector<uint8_t> block = {0x00, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00};
-  for (int i = 8; i < 128; ++i) block.push_back(static_cast<uint8_t>(i + fill));
-  return block;
-}
-
 // Hex text of bytes: per_line bytes a line, each as printf(format).
 std::string Hex(const std::vector<uint8_t> &bytes, int per_line, const char *format,
                 const char *separator) {
@@ -262,9 +236,9 @@ std::string Hex(const std::vector<uint8_t> &bytes, int per_line, const char *for
 }
 
 TEST(EdidInput, ReadsBinaryAndEveryHexForm) {
-  std::vector<uint8_t> edid = Block();
-  const std::vector<uint8_t> extension = Block(1);
-  edid.insert(edid.end(), extension.begin(), extension.end());
+  Bytes edid;  // two blocks: the EDID header, then 8, 9, 10, ... (9, 10, 11, ... in the second)
+  for (int i = 0; i < 256; ++i)
+    edid.push_back(i % 128 > 7 ? i % 128 + i / 128 : i % 128 == 0 || i % 128 == 7 ? 0 : 0xFF);
   const std::string spaced = Hex(edid, 16, "%02x", " ");
   const std::string first = spaced.substr(0, spaced.size() / 2);
   const std::string second = spaced.substr(spaced.size() / 2);
