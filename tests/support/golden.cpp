@@ -5,26 +5,13 @@
 
 namespace edc_test {
 
-namespace {
-
-std::string Slurp(const std::string &path, bool &found) {
-  std::ifstream in(path, std::ios::binary);
-  found = in.good();
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-}  // namespace
-
 void ExpectGolden(const std::string &name, const std::string &text) {
   const std::string path = std::string(EDC_TESTS_DIR) + "/golden/" + name;
-  const char *update = getenv("EDC_UPDATE_GOLDEN");
-  if (update != nullptr && std::string(update) == "1") {
-    std::ofstream(path, std::ios::binary) << text;
-    return;
-  }
-  bool found = false;
-  const std::string expected = Slurp(path, found);
-  ASSERT_TRUE(found) << "missing golden file " << path << " (EDC_UPDATE_GOLDEN=1 writes it)";
+  if (const char *update = getenv("EDC_UPDATE_GOLDEN"); update && std::string(update) == "1")
+    return void(std::ofstream(path, std::ios::binary) << text);
+  std::ifstream in(path, std::ios::binary);
+  ASSERT_TRUE(in.good()) << "missing golden file " << path << " (EDC_UPDATE_GOLDEN=1 writes it)";
+  const std::string expected{std::istreambuf_iterator<char>(in), {}};
   if (expected == text) return;
   const auto want = SplitLines(expected);
   const auto got = SplitLines(text);

@@ -15,11 +15,9 @@ namespace {
 
 const std::string kExamples = EDC_EXAMPLES_DIR;
 
-std::vector<uint8_t> Decode(const std::string &path, edc_tool::DecodedEdid &edid) {
-  const auto bytes = ReadFile(path);
+void Decode(const std::string &path, edc_tool::DecodedEdid &edid) {
   std::string diagnostics;
-  EXPECT_TRUE(edid.Decode(bytes, diagnostics)) << path << diagnostics;
-  return bytes;
+  EXPECT_TRUE(edid.Decode(ReadFile(path), diagnostics)) << path << diagnostics;
 }
 
 // The bytes of a JSON text field: each character one byte (U+0000..U+00FF).

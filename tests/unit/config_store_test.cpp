@@ -3,8 +3,6 @@
 // result codes, and bad input.
 #include "config_store.h"
 
-#include <cstdlib>
-
 #include "edc_test.h"
 
 using testing::MatchesRegex;
