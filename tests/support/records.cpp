@@ -252,15 +252,7 @@ std::string AudioText(const short_audio_desc_t &audio) {
 }
 
 composer_cfg_t CorpusSettings() {
-  composer_cfg_t cfg{};
-  cfg.hdmi_current_mode = {1920, 1080, 0, 60};
-  cfg.audio_mask = 0xFFFFFFFF;
-  cfg.sink_filter = 1;
-  cfg.setting_3d = 1;
-  cfg.edid_latency[0] = 20;
-  cfg.edid_latency[1] = 40;
-  cfg.hdmi_port = 1;
-  return cfg;
+  return {{1920, 1080, 0, 60}, 0xFFFFFFFF, 1, 1, {20, 40, 0, 0}, nullptr, 1};
 }
 
 void DecodeComposed(const std::vector<uint8_t> &bytes, edid_t *edid) {
