@@ -47,35 +47,16 @@ std::vector<std::string> Lines(const std::function<void()> &fn, bool debug) {
   return SplitLines(Normalize(Capture(fn)));
 }
 
-std::string Error(const std::string &func, const std::string &message) {
-  return func + "() ERROR: " + message;
-}
-std::string Warning(const std::string &func, const std::string &message) {
-  return func + "() WARNING: " + message;
-}
-std::string Bug(const std::string &func, const std::string &message) {
-  return func + "() BUG: " + message;
-}
-std::string Trace(const std::string &func, const std::string &message) {
-  return message + " \t\t\t" + func + "()";
-}
-
 std::string ExpectedLine(const std::string &text, const void *pointer) {
   std::istringstream in(text);
-  std::string kind, func, message, raw;
+  std::string kind, func, message;
   in >> kind >> func;
-  std::getline(in >> std::ws, raw);
-  for (size_t i = 0; i < raw.size(); ++i) {
-    const bool tab = raw.compare(i, 2, "\\t") == 0;
-    message += tab ? '\t' : raw[i];
-    i += tab;
-  }
+  std::getline(in >> std::ws, message);
+  message = std::regex_replace(message, std::regex("\\\\t"), "\t");
   message = std::regex_replace(message, std::regex("%p"), Format("%p", pointer));
   for (char &c : kind) c = static_cast<char>(toupper(c));
-  return kind == "ERROR"     ? Error(func, message)
-         : kind == "WARNING" ? Warning(func, message)
-         : kind == "BUG"     ? Bug(func, message)
-                             : Trace(func, message);
+  if (kind == "TRACE") return message + " \t\t\t" + func + "()";
+  return func + "() " + kind + ": " + message;
 }
 
 std::string FirstMissing(const std::vector<std::string> &printed,

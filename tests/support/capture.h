@@ -36,13 +36,8 @@ std::vector<std::string> SplitLines(const std::string &text);
 // Capture, Normalize and SplitLines in one, with the debug flag set if asked.
 std::vector<std::string> Lines(const std::function<void()> &fn, bool debug = false);
 
-// Expected normalized lines.
-std::string Error(const std::string &func, const std::string &message);
-std::string Warning(const std::string &func, const std::string &message);
-std::string Bug(const std::string &func, const std::string &message);
-std::string Trace(const std::string &func, const std::string &message);
-// The same from one text, "ERROR func text" (WARNING, BUG, TRACE; in either
-// case; "\t" stands for a tab, "%p" for pointer), as data files write them.
+// An expected normalized line from "ERROR func text" (WARNING, BUG, TRACE;
+// in either case; "\t" stands for a tab, "%p" for pointer).
 std::string ExpectedLine(const std::string &text, const void *pointer = nullptr);
 
 // The first of the expected lines that is not among the lines printed, in

@@ -129,9 +129,10 @@ TEST(Limits, HeightIsTheFrameHeightAndOnlyTallerModesGo) {
         row[0], [&](ll_list_t *list) { _remove_larger_height_modes(std::stoul(row[2]), list); },
         &kept);
     EXPECT_EQ(kept, row[3]) << row[0];
-    EXPECT_EQ(std::count(lines.begin(), lines.end(),
-                         Bug("_find_largest_height", "\tFailed converting VIC:100 to a DTD.")),
-              row[0].starts_with("100"));
+    EXPECT_EQ(
+        std::count(lines.begin(), lines.end(),
+                   ExpectedLine("BUG _find_largest_height \\tFailed converting VIC:100 to a DTD.")),
+        row[0].starts_with("100"));
   }
 }
 
@@ -141,9 +142,10 @@ TEST(Limits, PixelClockDoublesForMostStereoAndQuadruplesForDepthWithGraphics) {
     const auto lines =
         OnModes(row[0], [&](ll_list_t *list) { clock = _maximum_pixel_clock(list); });
     EXPECT_EQ(std::to_string(clock), row[1]) << row[0];
-    EXPECT_EQ(std::count(lines.begin(), lines.end(),
-                         Bug("_maximum_pixel_clock", "\tFailed converting VIC:100 to a DTD.")),
-              row[0].starts_with("100"));
+    EXPECT_EQ(
+        std::count(lines.begin(), lines.end(),
+                   ExpectedLine("BUG _maximum_pixel_clock \\tFailed converting VIC:100 to a DTD.")),
+        row[0].starts_with("100"));
   }
 }
 
@@ -377,8 +379,8 @@ TEST(Compose, ACallersPlatformRecordIsUsedAsItIsAndNoKeyIsRead) {
   g_host_calls = 0;
   EXPECT_THAT(
       Lines([&] { result = compose_edid_internal(tv.data(), 256, out.data(), 256, &cfg, &stale); }),
-      Contains(Error("compose_edid_internal",
-                     "The passed in platform_values has not been initialized.")));
+      Contains(ExpectedLine(
+          "ERROR compose_edid_internal The passed in platform_values has not been initialized.")));
   EXPECT_FALSE(result);
   EXPECT_EQ(g_host_calls, 0);
 }

@@ -51,14 +51,12 @@ std::string Dump(platform_values_t &v) {
 
 // The record read from the configuration loaded now: the messages, then the fields.
 std::string ReadRecord() {
-  platform_values_t v;
-  EXPECT_TRUE(platform_values_init(&v));
+  PreparedPlatform p;
   bool result = false;
   std::string out;
-  for (const auto &line : Lines([&] { result = _read_platform_values(&v); })) out += line + "\n";
-  out += "result=" + std::to_string(result) + "\n" + Dump(v);
-  platform_values_destroy(&v);
-  return out;
+  for (const auto &line : Lines([&] { result = _read_platform_values(&p.values); }))
+    out += line + "\n";
+  return out + "result=" + std::to_string(result) + "\n" + Dump(p.values);
 }
 
 TEST(PlatformValues, EmptyAndSampleConfigurationsReadAsDocumented) {

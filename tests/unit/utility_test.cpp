@@ -177,10 +177,6 @@ std::string Escaped(const std::string &text) {
   return out;
 }
 
-std::string Hex(uint32_t value, int digits = 2) {
-  return Format("0x%0*X", digits, value);
-}
-
 // "call -> result "printed"": what a function returned (left out for one that
 // returns nothing, or whose result means nothing) and what it printed.
 template <typename Fn>
@@ -245,8 +241,8 @@ TEST(Printers, MaskTextsAndPrintedLinesAreExact) {
       {0x80, man_timing_string, nullptr}};
   for (const auto &[mask, fn, title] : lists)
     out +=
-        Printed("print_est_man_type(" + Hex(mask, 4) + ", " + (fn ? "names" : "NULL") + ", " +
-                    (title ? title : "NULL") + ")",
+        Printed(Format("print_est_man_type(0x%04X, %s, %s)", mask, fn ? "names" : "NULL",
+                       title ? title : "NULL"),
                 [&, mask = mask, fn = fn, title = title] { print_est_man_type(mask, fn, title); });
   ExpectGolden("printers.txt", out);
 }
