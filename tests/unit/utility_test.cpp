@@ -73,49 +73,31 @@ TEST(Conversions, EachCaseGivesItsResultAndExplainsAFailureInTraces) {
   DebugOn debug;
   std::string out = "# == case, its lines (debug on), -> result and output value\n";
   for (const auto &row : rows) {
-    uint32_t a = 0, b = 0, c = 0, d = 0, e = 0, value = 77;
+    uint32_t n[5] = {}, value = 77;  // n: the input's leading numbers
     const std::string call = Call(
         row[0] + " " + row[1],
         [&]() -> uint32_t {
-          std::istringstream in(row[1]);
+          std::istringstream in(row[1]), numbers(row[1]);
+          numbers >> n[0] >> n[1] >> n[2] >> n[3] >> n[4];
           edid_t edid{};
-          if (row[0] == "refresh") {
-            in >> a >> b >> c >> d >> e;
-            return calculate_refresh_rate(a, b, c, d, e);
-          }
-          if (row[0] == "geo") {
-            in >> a >> b;
-            return convert_geo_to_ratio(a, b, &value);
-          }
-          if (row[0] == "mode") {
-            hdmi_mode_t mode{};
-            in >> mode.width >> mode.height >> mode.interlaced >> mode.refresh_rate;
-            return mode_to_vic(&mode, &value);
-          }
-          if (row[0] == "dtd") {
-            detailed_timing_t timing = Raster(in, edid);
-            return convert_dtd_to_vic(&edid, &timing, &value);
-          }
-          std_timing_t timing{};
-          in >> timing.h_active >> timing.aspect_ratio >> timing.refresh_rate;
-          return convert_std_to_vic(&edid, &timing, &value);
+          hdmi_mode_t mode{n[0], n[1], n[2], n[3]};  // width, height, interlaced, rate
+          std_timing_t standard{n[0], n[1], n[2]};   // width, aspect, rate
+          detailed_timing_t timing = row[0] == "dtd" ? Raster(in, edid) : detailed_timing_t{};
+          if (row[0] == "refresh") return calculate_refresh_rate(n[0], n[1], n[2], n[3], n[4]);
+          if (row[0] == "geo") return convert_geo_to_ratio(n[0], n[1], &value);
+          if (row[0] == "mode") return mode_to_vic(&mode, &value);
+          if (row[0] == "dtd") return convert_dtd_to_vic(&edid, &timing, &value);
+          return convert_std_to_vic(&edid, &standard, &value);
         },
         row[0] == "refresh" ? nullptr : &value);
     EXPECT_EQ(call.substr(call.rfind("-> ") + 3), row[2] + "\n") << row[0] << " " << row[1];
     out += call;
   }
 
-  std::istringstream in("65000000 P 1024 320 768 38 300x225 0x0");
+  // valid, clock, H active, blanking, sync offset and width, border; the same for V; image
+  // size, progressive, stereo, sync polarities
+  detailed_timing_t t{1, 65000000, 1024, 320, 24, 136, 1, 768, 38, 3, 6, 2, 300, 225, 1, 1, 0, 1};
   edid_t edid{};
-  detailed_timing_t t = Raster(in, edid);
-  t.h_sync_offset = 24;
-  t.h_sync_width = 136;
-  t.v_sync_offset = 3;
-  t.v_sync_width = 6;
-  t.h_border = 1;
-  t.v_border = 2;
-  t.stereo = 1;
-  t.v_sync_positive = 1;
   uint32_t value = 77;
   out += Call(
       "dtd 1024x768p described in full", [&] { return convert_dtd_to_vic(&edid, &t, &value); },
