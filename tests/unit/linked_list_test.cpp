@@ -15,7 +15,6 @@ namespace {
 // A list of ints holding the values given.
 struct IntList {
   explicit IntList(std::initializer_list<int32_t> values, const char *type = "int") {
-    memset(&list, 0, sizeof list);
     ll_init(&list, type);
     for (int32_t v : values) Append(v);
   }
@@ -27,7 +26,7 @@ struct IntList {
     const int32_t *value = edc::element_at<int32_t>(&list, index);
     return value != nullptr ? *value : -999;
   }
-  ll_list_t list;
+  ll_list_t list{};
 };
 
 TEST(TypeCode, IsTheSignExtendedXorOfTheNameInFourByteGroups) {

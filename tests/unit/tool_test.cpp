@@ -263,35 +263,29 @@ TEST(EdidInput, ReadsBinaryAndEveryHexForm) {
 }
 
 TEST(EdidInput, RefusesUnusableInputWithAReason) {
-  struct Case {
-    std::vector<uint8_t> contents;
-    const char *reason;
-  } cases[] = {
+  const std::pair<Bytes, const char *> cases[] = {
       {{}, "the input is empty"},
       {BytesOf("\n \n"), "no hexadecimal EDID data found"},
       {BytesOf("hello world\n00 ff\n"), "line 1: \"hello\" is not hexadecimal EDID data"},
       {BytesOf("00 ff 0g\n"), "line 1: \"0g\" is not hexadecimal EDID data"},
       {BytesOf("00 ff f\n"), "line 1: \"f\" is not hexadecimal EDID data"},
       {BytesOf("00 ff ff\n"), "3 bytes of EDID data, which is not a multiple of 128"},
-      {std::vector<uint8_t>(129, 0), "129 bytes of EDID data, which is not a multiple of 128"},
-  };
-  for (const auto &c : cases) {
-    const auto input = edc_tool::ParseEdid(c.contents);
-    EXPECT_EQ(input.error, c.reason);
+      {Bytes(129, 0), "129 bytes of EDID data, which is not a multiple of 128"}};
+  for (const auto &[contents, reason] : cases) {
+    const auto input = edc_tool::ParseEdid(contents);
+    EXPECT_EQ(input.error, reason);
     EXPECT_TRUE(input.bytes.empty());
   }
 }
 
 TEST(EdidInput, BinaryWithoutAHeaderIsStillBinary) {
-  std::vector<uint8_t> garbage(256, 0x80);
-  const auto input = edc_tool::ParseEdid(garbage);
+  const auto input = edc_tool::ParseEdid(Bytes(256, 0x80));
   EXPECT_EQ(input.error, "");
   EXPECT_EQ(input.bytes.size(), 256u);
 }
 
 TEST(EdidInput, ReadsFilesAndNamesWhatWentWrong) {
-  const std::string corpus_file = CorpusDir() + "/edid/tv-0001b68004cc.bin";
-  const auto input = edc_tool::ReadEdid(corpus_file);
+  const auto input = edc_tool::ReadEdid(CorpusDir() + "/edid/tv-0001b68004cc.bin");
   EXPECT_EQ(input.error, "");
   EXPECT_EQ(input.bytes.size(), 256u);
   EXPECT_EQ(edc_tool::ReadEdid("/nonexistent/edid.bin").error,
