@@ -79,9 +79,7 @@ Bytes ReadFile(const std::string &path) {
 std::string RunCommand(const std::string &command, int *status) {
   std::string out;
   FILE *pipe = popen(command.c_str(), "r");
-  char chunk[4096];
-  for (size_t got; pipe != nullptr && (got = fread(chunk, 1, sizeof chunk, pipe)) > 0;)
-    out.append(chunk, got);
+  for (int c; pipe != nullptr && (c = fgetc(pipe)) != EOF;) out += static_cast<char>(c);
   const int raw = pipe != nullptr ? pclose(pipe) : -1;
   if (status != nullptr) *status = raw != -1 && WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
   return out;
@@ -109,8 +107,7 @@ ToolResult RunTool(const std::string &arguments, const std::string &stdin_text) 
   result.out = RunCommand(std::string("'") + EDC_TOOL_PATH + "' " + arguments + " <'" + base +
                               ".in' 2>'" + base + ".err'",
                           &result.status);
-  const auto err = ReadFile(base + ".err");
-  result.err.assign(err.begin(), err.end());
+  for (const uint8_t byte : ReadFile(base + ".err")) result.err += static_cast<char>(byte);
   unlink((base + ".in").c_str());
   unlink((base + ".err").c_str());
   return result;

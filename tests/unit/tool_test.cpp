@@ -71,21 +71,18 @@ TEST(Tool, UnusableInputIsOneLineAndStatus2) {
   ExpectGolden("tool_unusable.txt", out);
 }
 
-// Every field the options set, on one line.
-std::string Describe(const edc_tool::ComposeSettings &s) {
-  const composer_cfg_t &c = s.cfg;
+// The settings that the options give, every field on one line, or the refusal.
+std::string Compose(const ComposeSettingsText &text) {
+  std::string option, problem;
+  const auto settings = edc_tool::ParseComposeSettings(text, option, problem);
+  if (!settings) return option + ": " + problem;
+  const composer_cfg_t &c = settings->cfg;
   const hdmi_mode_t &m = c.hdmi_current_mode;
   return Format("mode %ux%u interlaced %u rate %u; port %u; 3d %d; latency %u,%u,%u,%u; ", m.width,
                 m.height, m.interlaced, m.refresh_rate, c.hdmi_port, c.setting_3d,
                 c.edid_latency[0], c.edid_latency[1], c.edid_latency[2], c.edid_latency[3]) +
          Format("audio 0x%x; filter %u; format %d", c.audio_mask, c.sink_filter,
-                static_cast<int>(s.format));
-}
-
-std::string Compose(const ComposeSettingsText &text) {
-  std::string option, problem;
-  const auto settings = edc_tool::ParseComposeSettings(text, option, problem);
-  return settings ? Describe(*settings) : option + ": " + problem;
+                static_cast<int>(settings->format));
 }
 
 // The text of the options with one of them typed as a row of
