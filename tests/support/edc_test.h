@@ -4,16 +4,12 @@
 #pragma once
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <functional>
 #include <map>
 #include <memory>
 #include <numeric>
@@ -21,11 +17,8 @@
 #include <regex>
 #include <set>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "capture.h"
-#include "corpus.h"
 #include "golden.h"
 #include "records.h"
 #include "scenario.h"

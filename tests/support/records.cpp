@@ -224,9 +224,9 @@ void Add(ll_list_t *list, const std::string &text) {
 std::string Text(ll_list_t *list) {
   const bool modes = ll_verify_list_type(list, "short_video_desc_t");
   const bool numbers = ll_verify_list_type(list, "int");
-  const std::span<const FieldRef> std_timings = kStdFields,
-                                  fields = ll_verify_list_type(list, "std_timing_t") ? std_timings
-                                                                                     : kSadFields;
+  std::span<const FieldRef> fields = kSadFields;
+  for (const ListRef &l : kEdidLists)
+    fields = ll_verify_list_type(list, l.type) ? l.fields : fields;
   std::string text;
   for (const uint8_t *data : edc::elements<uint8_t>(list)) {
     const auto *mode = reinterpret_cast<const short_video_desc_t *>(data);
@@ -263,6 +263,47 @@ void DecodeComposed(const std::vector<uint8_t> &bytes, edid_t *edid) {
     EXPECT_TRUE(decode_edid_block_0(bytes.data(), edid));
     EXPECT_TRUE(decode_edid_extensions(bytes.data() + 128, 128, edid));
   });
+}
+
+std::string CorpusEdid::FirstOdd(const std::string &reasons) const {
+  std::istringstream in(reasons);
+  std::string reason;
+  while (in >> reason && odd.find("," + reason + ",") == std::string::npos) reason.clear();
+  return reason;
+}
+
+Bytes CorpusBytes(const std::string &name) {
+  return ReadFile(CorpusDir() + "/edid/" + name);
+}
+
+const std::vector<CorpusEdid> &Corpus() {
+  static const std::vector<CorpusEdid> corpus = [] {
+    std::vector<CorpusEdid> all;
+    for (const auto &row : ReadRows("../corpus/MANIFEST.tsv"))  // with its heading, "file ..."
+      if (row.size() > 10 && row[0] != "file") {
+        const std::string path = CorpusDir() + "/edid/" + row[0];
+        all.push_back({row[0], path, std::stoi(row[2]), "," + row[10] + ",", ReadFile(path)});
+      }
+    EXPECT_GT(all.size(), 1000u) << "corpus manifest missing or short";
+    return all;
+  }();
+  return corpus;
+}
+
+const std::vector<std::string> &EdidDecodeTexts() {
+  static const std::vector<std::string> texts = [] {
+    std::vector<std::string> files;
+    for (const CorpusEdid &c : Corpus()) files.push_back(c.file);
+    return RunForEach(CorpusDir() + "/edid", files, "edid-decode \"$f\" 2>/dev/null");
+  }();
+  return texts;
+}
+
+std::string XxdText(const Bytes &bytes) {
+  std::string text;
+  for (size_t at = 0; at < bytes.size(); ++at)
+    text += Format((at + 1) % 30 == 0 || at + 1 == bytes.size() ? "%02x\n" : "%02x", bytes[at]);
+  return text;
 }
 
 }  // namespace edc_test

@@ -1,5 +1,5 @@
 // Records for tests, built from and shown as short text forms, and records
-// that clean up after themselves.
+// that clean up after themselves; the real EDIDs of tests/corpus/.
 //
 // A record line sets one field: "week 12", "speaker 0x4F 1 0", "monitor_name
 // \"EDC  \"" (quotes keep blanks; a text fills its whole array when it is
@@ -18,7 +18,8 @@
 //                               format_value profile), trailing zeros left out
 //   std timings  "1920 3 60, 1280 1 75" in the same way
 //   numbers      "0x070709 5"   (a list of int)
-//   timings      "31 16"        the detailed timings of these VICs
+//   timings      "31 16"        the detailed timings of these VICs; shown as
+//                               their fields, as audio is
 #pragma once
 
 #include <gtest/gtest.h>
@@ -79,5 +80,29 @@ composer_cfg_t CorpusSettings();
 // Decodes a composed EDID of 256 bytes into a prepared record: both blocks
 // must sum to 0 and decode.
 void DecodeComposed(const std::vector<uint8_t> &bytes, edid_t *edid);
+
+// The real EDIDs of tests/corpus/, as its manifest lists them.
+struct CorpusEdid {
+  std::string file;  // name in tests/corpus/edid/
+  std::string path;
+  int blocks = 0;
+  std::string odd;  // reasons for the odd class: ",version,analog,"
+  Bytes bytes;
+  // The first of reasons ("version analog") that the EDID has, or "".
+  std::string FirstOdd(const std::string &reasons) const;
+};
+
+// A file of the corpus (tests/corpus/edid/<name>).
+Bytes CorpusBytes(const std::string &name);
+
+// Every EDID of the manifest with its bytes, read once per process.
+const std::vector<CorpusEdid> &Corpus();
+
+// What Debian's edid-decode prints for each of them ("" where it crashes),
+// in the same order; run once per process.
+const std::vector<std::string> &EdidDecodeTexts();
+
+// Bytes as xxd -p prints them: hex, 30 bytes a line.
+std::string XxdText(const Bytes &bytes);
 
 }  // namespace edc_test
