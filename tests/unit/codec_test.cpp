@@ -1,10 +1,8 @@
-// The codec on hand-built records and blocks, for the corners that real
+// The codec on hand-built blocks and records, for the corners that real
 // displays rarely show: decoding (tests/data/decode_*.txt, transcripts in
-// tests/golden/decode_*.txt) and the record's lifecycle; encode_edid case by
-// case (tests/data/encode_cases.txt changes the fully filled record of
-// tests/data/encode_record.txt and gives the result, bytes, lines and record
-// expected, worked out by hand from the byte rules). The real corpus and its
-// round trip through the encoder are in corpus_test.cpp.
+// tests/golden/decode_*.txt), the record's lifecycle, and encode_edid case by
+// case (tests/data/encode_cases.txt: bytes, lines and record worked out by hand).
+// The real corpus and its round trip through the encoder are in corpus_test.cpp.
 #include "edc_test.h"
 #include "edid_decode_encode_internal.h"
 #include "utility.h"

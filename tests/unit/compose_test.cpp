@@ -1,10 +1,7 @@
-// The composer through its own functions, with records built by hand and
-// expected values worked out from the rules, not taken from a run: the
-// selection stages (video modes, tests/data/compose_video_modes.txt; the
-// height, pixel clock and 4Kx2K limits, tests/data/compose_limits.txt; audio
-// formats, tests/data/compose_audio.txt); the new record as
-// _populate_new_edid fills it (tests/data/compose_population.txt); and the
-// entry points: their arguments (tests/data/compose_arguments.tsv) and a
+// The composer through its own functions, on records built by hand, every
+// expected value worked out from the rules (tests/data/compose_*): the video
+// modes, the height, pixel clock and 4Kx2K limits, the audio formats; the new
+// record as _populate_new_edid fills it; the entry points' arguments, and a
 // caller's own platform record.
 #include "edc_test.h"
 #include "edid_composer_internal.h"
@@ -219,8 +216,7 @@ TEST(Audio, FormatsByPassThroughModeSinkFilterAndMaskWithBasicAudioFirst) {
   }
 }
 
-// ---------------------------------------------------------------------------
-// The new record
+// The new record ----------------------------------------------------------------------------------
 
 TEST(Population, FillsTheNewRecordByTheRules) {
   const auto cases = ReadCases("compose_population.txt");
@@ -272,8 +268,7 @@ TEST(Population, FillsTheNewRecordByTheRules) {
   }
 }
 
-// ---------------------------------------------------------------------------
-// The entry points
+// The entry points --------------------------------------------------------------------------------
 
 std::string AddressText(const physical_address_t &a) {
   return Format("%d.%d.%d.%d", a.a, a.b, a.c, a.d);

@@ -1,14 +1,12 @@
 // The real EDIDs of tests/corpus/, each check a test of its own over the
-// whole corpus: decoding (traces on) as the manifest predicts; Debian's
-// edid-decode reading them as this library does; the televisions through
-// the encoder and back; the tool reading each in every input form alike.
-// The corpus is read, decoded and run through edid-decode once per process.
-// And composition end to end over every EDID with the sample configuration
-// (examples/platform.toml): the result has valid checksums, this library and
-// edid-decode read it, and edid-decode --check finds nothing but what the
-// fixed shape of a composed EDID always gives (tests/data/check_failures.txt).
-// The televisions' results are summarised in tests/golden/compose_televisions.txt,
-// so that a change of selection policy shows as a readable diff.
+// whole corpus (read, decoded and run through edid-decode once per process):
+// decoding (traces on) as the manifest predicts; Debian's edid-decode reading
+// them as this library does; the televisions through the encoder and back; the
+// tool reading each in every input form alike; and composition with the sample
+// configuration (examples/platform.toml), whose result both decoders read and
+// in which edid-decode --check finds nothing but what the fixed shape of a
+// composed EDID always gives (tests/data/check_failures.txt). The televisions'
+// results are summarised in tests/golden/compose_televisions.txt.
 #include <cmath>
 #include <deque>
 #include <tuple>
@@ -352,8 +350,7 @@ TEST(Corpus, TheToolReadsEveryEdidAlikeInEveryInputForm) {
   }
 }
 
-// ---------------------------------------------------------------------------
-// Composition
+// Composition -------------------------------------------------------------------------------------
 
 // The kinds of failure that edid-decode --check reports (its failure lines,
 // not their indented details).

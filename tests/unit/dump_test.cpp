@@ -106,8 +106,7 @@ TEST(ToolDump, ReadsCorpusEdidsInEachFormAsPrintEdidPrintsThem) {
   }
 }
 
-// ---------------------------------------------------------------------------
-// JSON and compare
+// JSON and compare --------------------------------------------------------------------------------
 
 const std::string kExamples = EDC_EXAMPLES_DIR;
 

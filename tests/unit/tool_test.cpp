@@ -220,8 +220,7 @@ TEST(ToolCompose, ReportsTheNewEdidAndWhereItsAddressLies) {
             "FILE or --format hex\r\n");
 }
 
-// ---------------------------------------------------------------------------
-// The input reader
+// The input reader --------------------------------------------------------------------------------
 
 // Hex text of bytes: per_line bytes a line, each as printf(format).
 std::string Hex(const std::vector<uint8_t> &bytes, int per_line, const char *format,
