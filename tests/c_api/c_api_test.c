@@ -22,13 +22,10 @@ _Static_assert(sizeof(hdmi_mode_t) == 16, "hdmi_mode_t layout");
 _Static_assert(offsetof(composer_cfg_t, spa_offset) == 48, "composer_cfg_t layout");
 
 static int failures = 0;
-#define CHECK(cond)                                              \
-  do {                                                           \
-    if (!(cond)) {                                               \
-      fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__, __LINE__, #cond); \
-      failures++;                                                \
-    }                                                            \
-  } while (0)
+#define CHECK(cond)                                                                         \
+  ((cond) ? (void)0                                                                         \
+          : (void)(fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__, __LINE__, #cond), \
+                   failures++))
 
 int main(void) {
   ll_list_t list;

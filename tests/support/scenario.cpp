@@ -1,12 +1,4 @@
-#include "scenario.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <fstream>
-#include <numeric>
-#include <regex>
-#include <sstream>
+#include "edc_test.h"
 
 namespace edc_test {
 
@@ -67,6 +59,19 @@ std::string Scenario::Value(const std::string &key) const {
   return line != lines.rend() ? (*line)[1] : "";
 }
 
+std::vector<std::string> Scenario::Values(const std::string &key) const {
+  std::vector<std::string> values;
+  for (const Line &line : lines)
+    if (line[0] == key) values.push_back(line[1]);
+  return values;
+}
+
+std::vector<std::string> Scenario::Expected(const std::string &key, const void *pointer) const {
+  std::vector<std::string> expected = Values(key);
+  for (std::string &line : expected) line = ExpectedLine(line, pointer);
+  return expected;
+}
+
 std::vector<Scenario> ReadScenarios(const std::string &name) {
   const std::string path = std::string(EDC_TESTS_DIR) + "/data/" + name;
   std::ifstream in(path);
@@ -82,6 +87,32 @@ std::vector<Scenario> ReadScenarios(const std::string &name) {
   }
   if (all.size() > 1 && all[0].lines.empty() && all[0].bytes.empty()) all.erase(all.begin());
   return all;
+}
+
+std::vector<Scenario> ReadCases(const std::string &name) {
+  std::vector<Scenario> all = ReadScenarios(name);
+  for (size_t i = 1; !all.empty() && all[0].title.empty() && i < all.size(); ++i)
+    for (auto line = all[0].lines.rbegin(); line != all[0].lines.rend(); ++line)
+      if (!all[i].Has((*line)[0])) all[i].lines.insert(all[i].lines.begin(), *line);
+  if (!all.empty() && all[0].title.empty()) all.erase(all.begin());
+  return all;
+}
+
+std::vector<Line> ReadTable(const std::string &name, const std::string &title) {
+  for (Scenario &s : ReadScenarios(name))
+    if (s.title == title) {
+      for (Line &row : s.lines)
+        for (std::string &field : row.fields) field = field == "-" ? "" : field;
+      return s.lines;
+    }
+  ADD_FAILURE() << "no table " << title << " in " << name;
+  return {};
+}
+
+std::string ReadText(const std::string &name, const std::string &title) {
+  std::string text;
+  for (const Line &line : ReadTable(name, title)) text += line.text + "\n";
+  return text;
 }
 
 std::vector<Line> ReadRows(const std::string &name) {

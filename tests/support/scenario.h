@@ -4,8 +4,9 @@
 // A file is a run of scenarios: "== TITLE" starts one, and the lines before
 // the first title make an untitled one (a table is just that). Blank lines
 // are skipped, and so is everything from a '#' that starts a line or stands
-// alone after a blank (so "index #0" is text), and blanks at the end of a line. Every other line is a list of fields: separated by
-// tabs, or, in a line without tabs, the first word (the key) and the rest (its value).
+// alone after a blank (so "index #0" is text), and blanks at the end of a line. Every other line is
+// a list of fields: separated by tabs, or, in a line without tabs, the first word (the key) and the
+// rest (its value).
 //
 // Three kinds of line build the scenario's bytes instead:
 //   AT: XX XX ...   the bytes from offset AT on, all in hex; the bytes grow to hold them
@@ -40,10 +41,23 @@ struct Scenario {
   bool Has(const std::string &key) const;
   // The value of the last line with key, or "".
   std::string Value(const std::string &key) const;
+  // The values of the lines with key, as they are or as expected lines (capture.h).
+  std::vector<std::string> Values(const std::string &key) const;
+  std::vector<std::string> Expected(const std::string &key, const void *pointer = nullptr) const;
 };
 
 // The scenarios of tests/data/<name>.
 std::vector<Scenario> ReadScenarios(const std::string &name);
+
+// The scenarios of a file whose lines before the first title are defaults:
+// each comes first in every scenario that has no line of its key.
+std::vector<Scenario> ReadCases(const std::string &name);
+
+// The rows of the table so titled in a file of tables, a field "-" read as "".
+std::vector<Line> ReadTable(const std::string &name, const std::string &title);
+
+// The lines of the scenario so titled, one a line: a document kept in a file.
+std::string ReadText(const std::string &name, const std::string &title);
 
 // The lines of a file without titles, such as a table.
 std::vector<Line> ReadRows(const std::string &name);

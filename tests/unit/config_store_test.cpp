@@ -1,21 +1,13 @@
 // Stand-alone configuration database: how TOML maps onto paths and nodes
 // (the walk of a sample document is tests/golden/config_store_tree.txt), the
 // result codes, and bad input.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <string>
-
-#include "capture.h"
 #include "config_store.h"
-#include "golden.h"
 
-using edc_test::CaptureStderr;
+#include "edc_test.h"
+
 using testing::MatchesRegex;
+
+using namespace edc_test;  // NOLINT: the test helpers throughout
 
 namespace {
 
@@ -26,7 +18,8 @@ class ConfigStore : public testing::Test {
   // Loads bad text; returns what the store wrote to standard error.
   static std::string LoadFails(const std::string &text) {
     int32_t result = 0;
-    const std::string err = CaptureStderr([&] { result = config_store_load_string(text.c_str()); });
+    const std::string err =
+        Capture([&] { result = config_store_load_string(text.c_str()); }, stderr);
     EXPECT_NE(result, 0) << text;
     return err;
   }
@@ -53,31 +46,13 @@ void Walk(uint32_t node, const std::string &parent, std::string &out) {
 }
 
 TEST_F(ConfigStore, MapsTablesArraysAndValuesOntoDottedPaths) {
-  ASSERT_EQ(config_store_load_string(R"([platform.software.drivers.avcap.edid]
-week = 12
-audio.entry_a = 0x070709
-[platform.software.drivers.avcap.edid.list]
-zeta = 1
-alpha = 2
-[other]
-modes = ["16", "4 FP TBH", 31]
-empty = []
-neg = -2147483648
-top = 4294967295
-minus = -1
-yes = true
-no = false
-float = 1.5
-when = 2024-01-01
-inline = {a = 1}
-long = "Living room TV"
-)"),
-            0);
+  const std::string sample = ReadText("configurations.txt", "every kind of value");
+  ASSERT_EQ(config_store_load_string(sample.c_str()), 0);
   uint32_t root = 0;
   ASSERT_EQ(config_node_find(0, "", &root), 0);
   std::string tree;
   Walk(root, "", tree);
-  edc_test::ExpectGolden("config_store_tree.txt", tree);
+  ExpectGolden("config_store_tree.txt", tree);
 
   int32_t value = 0;
   EXPECT_EQ(config_get_int(0, "platform.software.drivers.avcap.edid.audio.entry_a", &value), 0);
@@ -148,14 +123,14 @@ TEST_F(ConfigStore, FilesLoadByPathAndAMissingFileIsAClearError) {
   const std::string bad = "[p]\nq = 5\nbad = [\n";
   ASSERT_EQ(write(fd, bad.data(), bad.size()), static_cast<ssize_t>(bad.size()));
   close(fd);
-  const std::string err = CaptureStderr([&] { EXPECT_NE(config_store_load_file(path), 0); });
+  const std::string err = Capture([&] { EXPECT_NE(config_store_load_file(path), 0); }, stderr);
   EXPECT_THAT(err, MatchesRegex(std::string(path) + ":3:[0-9]+: .+\n"));
   FILE *file = fopen(path, "w");
   fputs("[p]\nq = 5\n", file);
   fclose(file);
   EXPECT_EQ(config_store_load_file(path), 0);
   unlink(path);
-  EXPECT_EQ(CaptureStderr([] { EXPECT_NE(config_store_load_file("/nonexistent/edid.toml"), 0); }),
+  EXPECT_EQ(Capture([] { EXPECT_NE(config_store_load_file("/nonexistent/edid.toml"), 0); }, stderr),
             "/nonexistent/edid.toml:0:0: cannot open file: No such file or directory\n");
   int32_t value = 0;
   EXPECT_EQ(config_get_int(0, "p.q", &value), 0);  // still loaded

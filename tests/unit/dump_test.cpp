@@ -1,31 +1,24 @@
-// The text dump, whole outputs compared with reviewed golden files
-// (tests/golden/, normalized as in capture.h), and the dump command as a
-// user runs it.
-#include <gtest/gtest.h>
+// What is printed about an EDID: the text dump, whole outputs compared with
+// reviewed golden files (tests/golden/, normalized as in capture.h), and the
+// dump command as a user runs it; the JSON form of a record (dump --json,
+// compare --json) and the compare command's rows.
+#include <nlohmann/json.hpp>
 
-#include <cstring>
-#include <optional>
-
-#include "capture.h"
-#include "corpus.h"
-#include "edid_builder.h"
+#include "compare_command.h"
+#include "decoded_edid.h"
+#include "edc_test.h"
 #include "edid_composer.h"
-#include "golden.h"
-#include "tool_runner.h"
+#include "edid_json.h"
 
 using namespace edc_test;  // NOLINT: capture, record and tool helpers throughout
+using nlohmann::json;
 
 namespace {
 
-Bytes CorpusFile(const std::string &stem) {
-  return ReadFile(CorpusDir() + "/edid/" + stem + ".bin");
-}
-
 std::string Printed(const Bytes &bytes, uint8_t summary, const std::string &title,
                     bool traces = false) {
-  std::optional<DebugOn> debug;
-  if (traces) debug.emplace();
-  return CaptureStdout([&] {
+  DebugOn debug(traces);
+  return Capture([&] {
     print_edid(bytes.data(), static_cast<uint32_t>(bytes.size()), summary, title.c_str());
   });
 }
@@ -37,8 +30,8 @@ TEST(DumpGolden, RealEdidsInBothForms) {
   for (const std::string stem :
        {"hdmi3d-01fed248b978", "hdmi3d-000ee288edb2", "monitor-cea-fcb67c4e575d",
         "base-fabfe2602322", "multi-73dba7bd93d7", "odd-003aa3b7c39b"}) {
-    ExpectGolden(stem + ".full.txt", Normalize(Printed(CorpusFile(stem), 0, stem)));
-    ExpectGolden(stem + ".summary.txt", Normalize(Printed(CorpusFile(stem), 1, stem)));
+    ExpectGolden(stem + ".full.txt", Normalize(Printed(CorpusBytes(stem + ".bin"), 0, stem)));
+    ExpectGolden(stem + ".summary.txt", Normalize(Printed(CorpusBytes(stem + ".bin"), 1, stem)));
   }
 }
 
@@ -47,7 +40,7 @@ TEST(DumpGolden, RealEdidsInBothForms) {
 // (reported, walked anyway) whose entry has an aspect code outside 0..3,
 // gamma 1.05, no image size, an unknown HDMI VIC, dual DVI, xvYCC709 alone.
 TEST(DumpGolden, AlteredRecordAndTheValidFlag) {
-  const auto bytes = CorpusFile("hdmi3d-01fed248b978");
+  const auto bytes = CorpusBytes("hdmi3d-01fed248b978.bin");
   PreparedEdid record;
   edid_t &e = record.edid;
   ASSERT_TRUE(decode_edid_block_0(bytes.data(), &e) &&
@@ -62,8 +55,7 @@ TEST(DumpGolden, AlteredRecordAndTheValidFlag) {
   e.gamma = 5, e.h_size_cm = 0, e.dvi_dual = 1, e.xvycc709 = 1;
   e.hdmi_vic_len = 2, e.hdmi_vic[0] = 4, e.hdmi_vic[1] = 9;
   const auto print = [&](uint8_t summary) {
-    return Normalize(
-        CaptureStdout([&] { EXPECT_EQ(print_edid_struct(&e, summary, "altered"), 1); }));
+    return Normalize(Capture([&] { EXPECT_EQ(print_edid_struct(&e, summary, "altered"), 1); }));
   };
   ExpectGolden("altered.full.txt", print(0));
   ExpectGolden("altered.summary.txt", print(1));
@@ -75,11 +67,11 @@ TEST(DumpGolden, AlteredRecordAndTheValidFlag) {
 }
 
 TEST(Dump, RefusesWhatIsNotWholeBlocks) {
-  const auto bytes = CorpusFile("base-fabfe2602322");
+  const auto bytes = CorpusBytes("base-fabfe2602322.bin");
   ExpectGolden("dump_refusals.txt",
                "# print_edid: NULL, 129 bytes, 0 bytes (none read: block 0 is all zeros); "
                "print_edid_struct: NULL\n" +
-                   Normalize(CaptureStdout([&] {
+                   Normalize(Capture([&] {
                      print_edid(nullptr, 128, 0, "t");
                      print_edid(bytes.data(), 129, 0, "t");
                      print_edid(bytes.data(), 0, 0, "t");
@@ -112,6 +104,131 @@ TEST(ToolDump, ReadsCorpusEdidsInEachFormAsPrintEdidPrintsThem) {
       EXPECT_EQ(result.err, "");
     }
   }
+}
+
+// JSON and compare --------------------------------------------------------------------------------
+
+const std::string kExamples = EDC_EXAMPLES_DIR;
+
+void Decode(const std::string &path, edc_tool::DecodedEdid &edid) {
+  std::string diagnostics;
+  EXPECT_TRUE(edid.Decode(ReadFile(path), diagnostics)) << path << diagnostics;
+}
+
+// The bytes of a JSON text field: each character one byte (U+0000..U+00FF).
+std::string JsonBytes(const json &text) {
+  const std::string utf8 = text.get<std::string>();
+  std::string bytes;
+  for (size_t i = 0; i < utf8.size(); ++i) {
+    const auto c = static_cast<unsigned char>(utf8[i]);
+    bytes +=
+        c < 0x80 ? static_cast<char>(c) : static_cast<char>((c & 0x1F) << 6 | (utf8[++i] & 0x3F));
+  }
+  return bytes;
+}
+
+// What the summary shows, read back from the JSON text, equals the record.
+void ExpectSummaryFieldsRoundTrip(const edid_t &e) {
+  const json j = json::parse(edc_tool::JsonText(edc_tool::EdidJson(e)));
+  EXPECT_EQ(JsonBytes(j["manufacturer_id"]), edc_tool::FieldText(e.manufacturer_id));
+  EXPECT_EQ(JsonBytes(j["monitor_name"]), edc_tool::FieldText(e.monitor_name));
+  EXPECT_EQ(JsonBytes(j["monitor_serial"]), edc_tool::FieldText(e.monitor_serial));
+  EXPECT_EQ(JsonBytes(j["monitor_data"]), edc_tool::FieldText(e.monitor_data));
+  EXPECT_EQ(j["serial"], e.serial);
+  const auto videos = edc_tool::Elements<short_video_desc_t>(e.video_list);
+  ASSERT_EQ(j["video_list"].size(), videos.size());
+  for (size_t i = 0; i < videos.size(); ++i) {
+    EXPECT_EQ(j["video_list"][i]["vic"], videos[i].vic);
+    EXPECT_EQ(j["video_list"][i]["native"], videos[i].native != 0);
+    EXPECT_EQ(j["video_list"][i]["stereo"], videos[i].stereo);
+  }
+  ASSERT_EQ(j["hdmi_vic"].size(), std::min<size_t>(e.hdmi_vic_len, 7));
+  for (size_t i = 0; i < j["hdmi_vic"].size(); ++i)
+    EXPECT_EQ(j["hdmi_vic"][i]["vic"], e.hdmi_vic[i]);
+  EXPECT_EQ(j["present_3d"], e.present_3d != 0);
+  const auto audios = edc_tool::Elements<short_audio_desc_t>(e.audio_list);
+  ASSERT_EQ(j["audio_list"].size(), audios.size());
+  for (size_t i = 0; i < audios.size(); ++i)
+    for (const auto &[key, value] : {std::pair{"format", audios[i].format},
+                                     {"channels", audios[i].channels},
+                                     {"sample_rates", audios[i].sample_rates},
+                                     {"bit_depths", audios[i].bit_depths},
+                                     {"max_bitrate", audios[i].max_bitrate},
+                                     {"format_value", audios[i].format_value}})
+      EXPECT_EQ(j["audio_list"][i][key], value) << key;
+  EXPECT_EQ(j["address"],
+            Format("%u.%u.%u.%u", e.address.a, e.address.b, e.address.c, e.address.d));
+}
+
+// Every 20th corpus EDID that decodes, and a record whose texts need
+// escaping (a quote, a backslash, a control character) or are not ASCII.
+TEST(EdidJson, RoundTripsWhatTheSummaryShows) {
+  const auto &corpus = Corpus();
+  for (size_t i = 0; i < corpus.size(); i += 20) {
+    SCOPED_TRACE(corpus[i].file);
+    edc_tool::DecodedEdid edid;
+    std::string diagnostics;
+    if (edid.Decode(corpus[i].bytes, diagnostics)) ExpectSummaryFieldsRoundTrip(edid.record());
+  }
+  edc_tool::DecodedEdid edid;
+  Decode(kExamples + "/uhd-tv-4k.bin", edid);
+  strcpy(edid.record().monitor_name, "A\"B\\C\t");
+  strcpy(edid.record().monitor_data, "caf\xe9");
+  ExpectSummaryFieldsRoundTrip(edid.record());
+  const json j = json::parse(edc_tool::JsonText(edc_tool::EdidJson(edid.record())));
+  EXPECT_EQ(j["monitor_data"], "caf\xc3\xa9");  // "café"
+}
+
+// The whole document of a UHD television, kept as the reference of the key
+// names and shapes the README documents; compare --json holds the same.
+TEST(ToolDump, JsonOfATelevision) {
+  const std::string path = kExamples + "/uhd-tv-4k.bin";
+  const auto dump = RunTool("dump --json " + path);
+  EXPECT_EQ(dump.status, 0);
+  EXPECT_EQ(dump.err, "");
+  ExpectGolden("uhd-tv-4k.json", dump.out);
+  const auto compare = RunTool("compare --json " + path + " " + path);
+  EXPECT_EQ(compare.status, 0);
+  const json document = json::parse(compare.out);
+  EXPECT_EQ(document["a"]["edid"], json::parse(dump.out));
+  for (const auto &row : document["rows"]) EXPECT_EQ(row["status"], "same") << row;
+}
+
+// The rows of a television and the EDID composed for it: every video format
+// the composition dropped is a row of A alone, marked "<" in the text.
+TEST(ToolCompare, MarksTheModesTheCompositionDropped) {
+  const std::string tv = kExamples + "/sony-tv.bin";
+  const std::string composed = testing::TempDir() + "edc_compare_" + std::to_string(getpid());
+  ASSERT_EQ(RunTool("compose --quiet --config " + kExamples + "/platform.toml --sink " + tv +
+                    " -o " + composed)
+                .status,
+            0);
+  edc_tool::DecodedEdid a, b;
+  Decode(tv, a);
+  Decode(composed, b);
+  std::set<uint32_t> offered;
+  for (const auto &svd : edc_tool::Elements<short_video_desc_t>(b.record().video_list))
+    offered.insert(svd.vic);
+  const auto rows = edc_tool::CompareRows(a.record(), b.record());
+  size_t dropped = 0;
+  for (const auto &svd : edc_tool::Elements<short_video_desc_t>(a.record().video_list)) {
+    const std::string label = Format("VIC %u ", svd.vic);
+    const auto row = std::find_if(rows.begin(), rows.end(), [&](const auto &r) {
+      return r.capability.compare(0, label.size(), label) == 0;
+    });
+    ASSERT_NE(row, rows.end()) << label;
+    const bool kept = offered.count(svd.vic) != 0;
+    EXPECT_EQ(row->Status() == edc_tool::RowStatus::kOnlyA, !kept) << label;
+    dropped += !kept;
+  }
+  EXPECT_GT(dropped, 0u);  // the 50 Hz formats of this 60 Hz television
+
+  const auto text = RunTool("compare " + tv + " " + composed);
+  unlink(composed.c_str());
+  EXPECT_EQ(text.status, 0);
+  EXPECT_EQ(text.out, edc_tool::CompareText(rows, tv, composed));
+  ExpectGolden("compare_sony_composed.txt",
+               edc_tool::CompareText(rows, "sony-tv.bin", "composed.bin"));
 }
 
 }  // namespace

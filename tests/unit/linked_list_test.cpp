@@ -2,26 +2,19 @@
 // the exact message of every refusal. The refusals are one transcript
 // (tests/golden/linked_list.txt): each call with its result, then the lines
 // it printed, with addresses and marks replaced by names.
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
-
-#include "capture.h"
-#include "golden.h"
 #include "linked_list.h"
+
+#include "edc_test.h"
 #include "linked_list_internal.h"
-#include "transcript.h"
 #include "typed_list.h"
 
-using edc_test::Transcript;
+using namespace edc_test;  // NOLINT: the test helpers throughout
 
 namespace {
 
 // A list of ints holding the values given.
 struct IntList {
   explicit IntList(std::initializer_list<int32_t> values, const char *type = "int") {
-    memset(&list, 0, sizeof list);
     ll_init(&list, type);
     for (int32_t v : values) Append(v);
   }
@@ -33,16 +26,17 @@ struct IntList {
     const int32_t *value = edc::element_at<int32_t>(&list, index);
     return value != nullptr ? *value : -999;
   }
-  ll_list_t list;
+  ll_list_t list{};
 };
 
 TEST(TypeCode, IsTheSignExtendedXorOfTheNameInFourByteGroups) {
+  // clang-format off
   const std::pair<const char *, uint32_t> cases[] = {
       {"std_timing_t", 0x42567A69u},       {"detailed_timing_t", 0x371F134Fu},
       {"short_video_desc_t", 0x27054358u}, {"short_audio_desc_t", 0x3B124F58u},
       {"int", 0x00746E69u},                {"\xE9", 0xFFFFFFE9u},
-      {"", 0u},                            {"abcdabcd", 0u},  // colliding groups cancel
-  };
+      {"", 0u},                            {"abcdabcd", 0u}};  // colliding groups cancel
+  // clang-format on
   for (const auto &[name, code] : cases) EXPECT_EQ(_calculate_str_checksum(name), code) << name;
 }
 
@@ -75,7 +69,7 @@ TEST(TypedList, KeepsOrderAndCopiesDeeply) {
   EXPECT_EQ(ll_is_initialized(&copy.list), 0);
   EXPECT_EQ(copy.list.magic, 0u);
   EXPECT_EQ(ll_verify_list_type(&copy.list, "int"), 1);  // the type code survives
-  EXPECT_EQ(ll_init(&copy.list, "int"), 1);               // and it may start again
+  EXPECT_EQ(ll_init(&copy.list, "int"), 1);              // and it may start again
 }
 
 TEST(TypedList, RefusalsAndIntegrityFindingsPrintTheirMessages) {
@@ -113,41 +107,32 @@ TEST(TypedList, RefusalsAndIntegrityFindingsPrintTheirMessages) {
   t.Note("entries of another type");
   ll_entry_t *timing = nullptr;
   ll_create_entry(12, &timing, &data, "std_timing_t");
-  t.Call("ll_add_entry_to_back(list, std_timing_t)", [&] { return ll_add_entry_to_back(&list, timing); });
-  t.Call("ll_add_entry_to_front(list, std_timing_t)", [&] { return ll_add_entry_to_front(&list, timing); });
+  t.Call("ll_add_entry_to_back(list, std_timing_t)",
+         [&] { return ll_add_entry_to_back(&list, timing); });
+  t.Call("ll_add_entry_to_front(list, std_timing_t)",
+         [&] { return ll_add_entry_to_front(&list, timing); });
   IntList timings({}, "std_timing_t");
   t.Name(&timings.list, "timings");
   t.Call("ll_copy_list(list, timings)", [&] { return ll_copy_list(&list, &timings.list, 4); });
-  t.Call("ll_copy_list(list, timings, size 0)", [&] { return ll_copy_list(&list, &timings.list, 0); });
+  t.Call("ll_copy_list(list, timings, size 0)",
+         [&] { return ll_copy_list(&list, &timings.list, 0); });
   ll_delete_entry(timing);
 
   t.Note("corruptions found by the integrity walk");
-  const auto verify = [&](const std::string &what) {
+  // Each corruption repairs the one before it.
+  const auto verify = [&](const std::string &what, const std::function<void()> &corrupt) {
+    corrupt();
     t.Call("ll_verify_integrity: " + what, [&] { return ll_verify_integrity(&list); });
   };
-  list.size = 5;
-  verify("size 5 for 3 entries");
-  list.size = 2;
-  verify("size 2 for 3 entries");
-  list.size = -1;
-  verify("size -1");
-  list.size = 3;
-  third->next = first;
-  verify("a cycle");
-  third->next = nullptr;
-  second->list = nullptr;
-  verify("an entry without its list");
-  second->list = &list;
-  third->type_code = 0x1234;
-  verify("an entry of another type");
-  third->type_code = list.type_code;
-  list.head = nullptr;
-  verify("no head, size 3");
-  list.head = first;
-  list.size = 0;
-  verify("a head, size 0");
-  list.size = 3;
-  verify("repaired");
+  verify("size 5 for 3 entries", [&] { list.size = 5; });
+  verify("size 2 for 3 entries", [&] { list.size = 2; });
+  verify("size -1", [&] { list.size = -1; });
+  verify("a cycle", [&] { list.size = 3, third->next = first; });
+  verify("an entry without its list", [&] { third->next = nullptr, second->list = nullptr; });
+  verify("an entry of another type", [&] { second->list = &list, third->type_code = 0x1234; });
+  verify("no head, size 3", [&] { third->type_code = list.type_code, list.head = nullptr; });
+  verify("a head, size 0", [&] { list.head = first, list.size = 0; });
+  verify("repaired", [&] { list.size = 3; });
 
   t.Note("NULL and bad arguments");
   ll_entry_t *entry = nullptr;
@@ -168,13 +153,14 @@ TEST(TypedList, RefusalsAndIntegrityFindingsPrintTheirMessages) {
   t.Call("ll_entry_at(NULL)", [&] { return ll_entry_at(nullptr, 0, &data); });
   t.Call("ll_verify_integrity(NULL)", [&] { return ll_verify_integrity(nullptr); });
   t.Call("ll_add_entry_to_back(NULL)", [&] { return ll_add_entry_to_back(nullptr, entry); });
-  t.Call("ll_add_entry_to_front(entry NULL)", [&] { return ll_add_entry_to_front(&list, nullptr); });
+  t.Call("ll_add_entry_to_front(entry NULL)",
+         [&] { return ll_add_entry_to_front(&list, nullptr); });
   t.Call("ll_copy_list(src NULL)", [&] { return ll_copy_list(nullptr, &list, 4); });
   t.Call("ll_copy_list(dst NULL)", [&] { return ll_copy_list(&list, nullptr, 4); });
   t.Call("ll_copy_list(src uninitialised)", [&] { return ll_copy_list(&zeroed, &list, 4); });
   t.Call("ll_copy_list(dst uninitialised)", [&] { return ll_copy_list(&list, &zeroed, 4); });
   t.Call("_get_magic_number(NULL)", [&] { return _get_magic_number(nullptr); });
-  edc_test::ExpectGolden("linked_list.txt", t.Text());
+  ExpectGolden("linked_list.txt", t.Text());
 }
 
 }  // namespace

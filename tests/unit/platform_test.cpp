@@ -2,22 +2,12 @@
 // ranges and corrections (tests/data/platform_values.tsv), the list walker
 // (tests/golden/platform_lists.txt), and whole configurations read into the
 // record: an empty one and the samples in examples/ (tests/golden/platform_*.txt).
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <functional>
-#include <sstream>
-#include <string>
-#include <vector>
-
-#include "capture.h"
 #include "config_store.h"
+#include "edc_test.h"
 #include "edid_composer_internal.h"
-#include "golden.h"
-#include "scenario.h"
 #include "typed_list.h"
 
-using edc_test::Lines;
+using namespace edc_test;  // NOLINT: the test helpers throughout
 
 namespace {
 
@@ -29,11 +19,11 @@ std::string Entries(ll_list_t *list) {
   for (const uint32_t *u : edc::elements<uint32_t>(list)) {
     out += out.empty() ? "" : ", ";
     if (ll_verify_list_type(list, "int"))
-      out += edc_test::Format("0x%06X", u[0]);
+      out += Format("0x%06X", u[0]);
     else if (ll_verify_list_type(list, "std_timing_t"))
-      out += edc_test::Format("%u %u %u", u[0], u[1], u[2]);
+      out += Format("%u %u %u", u[0], u[1], u[2]);
     else
-      out += edc_test::Format("%u 0x%02X", u[1], u[2]);  // after the native byte
+      out += Format("%u 0x%02X", u[1], u[2]);  // after the native byte
   }
   return out;
 }
@@ -61,14 +51,12 @@ std::string Dump(platform_values_t &v) {
 
 // The record read from the configuration loaded now: the messages, then the fields.
 std::string ReadRecord() {
-  platform_values_t v;
-  EXPECT_TRUE(platform_values_init(&v));
+  PreparedPlatform p;
   bool result = false;
   std::string out;
-  for (const auto &line : Lines([&] { result = _read_platform_values(&v); })) out += line + "\n";
-  out += "result=" + std::to_string(result) + "\n" + Dump(v);
-  platform_values_destroy(&v);
-  return out;
+  for (const auto &line : Lines([&] { result = _read_platform_values(&p.values); }))
+    out += line + "\n";
+  return out + "result=" + std::to_string(result) + "\n" + Dump(p.values);
 }
 
 TEST(PlatformValues, EmptyAndSampleConfigurationsReadAsDocumented) {
@@ -79,16 +67,16 @@ TEST(PlatformValues, EmptyAndSampleConfigurationsReadAsDocumented) {
     out += "== " + std::string(name) + "\n" + ReadRecord();
     config_store_clear();
   }
-  edc_test::ExpectGolden("platform_records.txt", out);
+  ExpectGolden("platform_records.txt", out);
 }
 
 TEST(PlatformValues, NumbersAreClampedAndCorrected) {
-  for (const auto &row : edc_test::ReadRows("platform_values.tsv")) {
-    edc_test::ScopedConfig config("[platform.software.drivers.avcap.edid]\n" + row[0] + " = " +
-                                  row[1] + "\n");
+  for (const auto &row : ReadRows("platform_values.tsv")) {
+    ScopedConfig config("[platform.software.drivers.avcap.edid]\n" + row[0] + " = " + row[1] +
+                        "\n");
     const std::string record = ReadRecord();
     std::string messages;
-    for (const auto &line : edc_test::SplitLines(record))
+    for (const auto &line : SplitLines(record))
       if (line.find(kRoot + row[0] + " ") != std::string::npos ||
           line.find(kRoot + row[0] + "\"") != std::string::npos)
         messages += line;
@@ -98,9 +86,7 @@ TEST(PlatformValues, NumbersAreClampedAndCorrected) {
 }
 
 TEST(PlatformValues, AudioEntriesInLetterOrderUntilOneCannotBeStored) {
-  edc_test::ScopedConfig config(
-      "[platform.software.drivers.avcap.edid]\naudio.entry_z = 0xFFFFFF\naudio.entry_c = 0x500715\n"
-      "audio.entry_b = \"0x070709\"\naudio.entry_a = 5\naudio.entry_aa = 2\nyear = 2020\n");
+  ScopedConfig config(ReadText("configurations.txt", "audio entries"));
   EXPECT_NE(ReadRecord().find("\naudio_list=0x000005, 0x500715, 0xFFFFFF\n"), std::string::npos);
   platform_values_t v{};  // lists never initialised: the first entry cannot be added
   const auto lines = Lines([&] { EXPECT_FALSE(_read_platform_values(&v)); });
@@ -131,7 +117,7 @@ TEST(PlatformValues, DestroyStopsAtTheFirstListItCannotRemove) {
 }
 
 TEST(PlatformLists, EntryGrammarsGiveTheirEntryOrTheirWarnings) {
-  const auto rows = edc_test::ReadRows("platform_entries.tsv");
+  const auto rows = ReadRows("platform_entries.tsv");
   ASSERT_EQ(rows.size(), 26u);
   for (const auto &row : rows) {
     const bool is_std = row[0] == "std";
@@ -162,12 +148,7 @@ bool Record(const char *child, const char *, int32_t value, char *text, uint32_t
 }
 
 TEST(PlatformLists, WalkerReportsBadListsAndEntriesButNeverFails) {
-  edc_test::ScopedConfig config(
-      "[platform.software.drivers.avcap.edid]\narr = [\"" + std::string(40, 'a') +
-      "\", 31, \"4 FP\", [1]]\nempty = []\nk = [1, 5, 3, \"2\"]\nt = [0, 7, 8]\n"
-      "long = [4, 3, 2, 1, 4, 3, 2, 1, 0]\n60_hz_addition_list = []\n"
-      "standard_timings = [\"1920x1080@60\", \"640x480\"]\n"
-      "[platform.software.drivers.avcap.edid.tab]\nzeta = 3\nalpha = 1\nmid = \"x\"\n");
+  ScopedConfig config(ReadText("configurations.txt", "lists of every kind"));
   std::string out = "# == what is walked, the lines printed (debug on), then what was read\n";
   const auto run = [&](const std::string &what, const std::function<std::string()> &fn) {
     std::string result;
@@ -175,7 +156,7 @@ TEST(PlatformLists, WalkerReportsBadListsAndEntriesButNeverFails) {
     for (const auto &line : Lines([&] { result = fn(); })) out += line + "\n";
     out += result;
   };
-  edc_test::DebugOn debug;
+  DebugOn debug;
   const struct {
     const char *name, *label;
     bool is_int;
@@ -223,7 +204,7 @@ TEST(PlatformLists, WalkerReportsBadListsAndEntriesButNeverFails) {
     return "entries: " + Entries(&list) + "\n";
   });
   ll_delete_list(&list);
-  edc_test::ExpectGolden("platform_lists.txt", out);
+  ExpectGolden("platform_lists.txt", out);
 }
 
 }  // namespace

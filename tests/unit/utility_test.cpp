@@ -5,36 +5,25 @@
 // the printers' exact output (tests/golden/printers.txt).
 #include "utility.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdint>
-#include <cstring>
-#include <functional>
-#include <map>
-#include <sstream>
-#include <string>
 #include <tuple>
 #include <type_traits>
 
-#include "capture.h"
-#include "golden.h"
-#include "scenario.h"
+#include "edc_test.h"
 #include "utility_internal.h"
 
-using edc_test::Lines;
+using namespace edc_test;  // NOLINT: the test helpers throughout
 
 namespace {
 
 TEST(VicTable, EveryRowHoldsItsFormatsTimingAndFindsItselfAgain) {
-  const auto rows = edc_test::ReadRows("vic_table.tsv");
+  const auto rows = ReadRows("vic_table.tsv");
   ASSERT_EQ(rows.size(), g_vic_dtd_size);
   for (const auto &r : rows) {
     const uint32_t row = std::stoul(r[0]);
     detailed_timing_t t;
     memset(&t, 0xA5, sizeof t);
     ASSERT_EQ(convert_vic_to_dtd(row, &t), 1);
-    const std::string got = edc_test::Format(
+    const std::string got = Format(
         "%u\t%u\t%u\t%u\t%u\t%u\t%u\t%u\t%u\t%u\t%ux%u\t%s\t%s\t%s\t%u", g_vic_dtd[row - 1].vic,
         t.pixel_clock, t.h_active, t.h_blanking, t.h_sync_offset, t.h_sync_width, t.v_active,
         t.v_blanking, t.v_sync_offset, t.v_sync_width, t.h_image_size, t.v_image_size,
@@ -79,54 +68,36 @@ std::string Call(const std::string &what, const std::function<uint32_t()> &fn,
 }
 
 TEST(Conversions, EachCaseGivesItsResultAndExplainsAFailureInTraces) {
-  const auto rows = edc_test::ReadRows("conversions.tsv");
+  const auto rows = ReadRows("conversions.tsv");
   ASSERT_EQ(rows.size(), 54u);
-  edc_test::DebugOn debug;
+  DebugOn debug;
   std::string out = "# == case, its lines (debug on), -> result and output value\n";
   for (const auto &row : rows) {
-    uint32_t a = 0, b = 0, c = 0, d = 0, e = 0, value = 77;
+    uint32_t n[5] = {}, value = 77;  // n: the input's leading numbers
     const std::string call = Call(
         row[0] + " " + row[1],
         [&]() -> uint32_t {
-          std::istringstream in(row[1]);
+          std::istringstream in(row[1]), numbers(row[1]);
+          numbers >> n[0] >> n[1] >> n[2] >> n[3] >> n[4];
           edid_t edid{};
-          if (row[0] == "refresh") {
-            in >> a >> b >> c >> d >> e;
-            return calculate_refresh_rate(a, b, c, d, e);
-          }
-          if (row[0] == "geo") {
-            in >> a >> b;
-            return convert_geo_to_ratio(a, b, &value);
-          }
-          if (row[0] == "mode") {
-            hdmi_mode_t mode{};
-            in >> mode.width >> mode.height >> mode.interlaced >> mode.refresh_rate;
-            return mode_to_vic(&mode, &value);
-          }
-          if (row[0] == "dtd") {
-            detailed_timing_t timing = Raster(in, edid);
-            return convert_dtd_to_vic(&edid, &timing, &value);
-          }
-          std_timing_t timing{};
-          in >> timing.h_active >> timing.aspect_ratio >> timing.refresh_rate;
-          return convert_std_to_vic(&edid, &timing, &value);
+          hdmi_mode_t mode{n[0], n[1], n[2], n[3]};  // width, height, interlaced, rate
+          std_timing_t standard{n[0], n[1], n[2]};   // width, aspect, rate
+          detailed_timing_t timing = row[0] == "dtd" ? Raster(in, edid) : detailed_timing_t{};
+          if (row[0] == "refresh") return calculate_refresh_rate(n[0], n[1], n[2], n[3], n[4]);
+          if (row[0] == "geo") return convert_geo_to_ratio(n[0], n[1], &value);
+          if (row[0] == "mode") return mode_to_vic(&mode, &value);
+          if (row[0] == "dtd") return convert_dtd_to_vic(&edid, &timing, &value);
+          return convert_std_to_vic(&edid, &standard, &value);
         },
         row[0] == "refresh" ? nullptr : &value);
     EXPECT_EQ(call.substr(call.rfind("-> ") + 3), row[2] + "\n") << row[0] << " " << row[1];
     out += call;
   }
 
-  std::istringstream in("65000000 P 1024 320 768 38 300x225 0x0");
+  // valid, clock, H active, blanking, sync offset and width, border; the same for V; image
+  // size, progressive, stereo, sync polarities
+  detailed_timing_t t{1, 65000000, 1024, 320, 24, 136, 1, 768, 38, 3, 6, 2, 300, 225, 1, 1, 0, 1};
   edid_t edid{};
-  detailed_timing_t t = Raster(in, edid);
-  t.h_sync_offset = 24;
-  t.h_sync_width = 136;
-  t.v_sync_offset = 3;
-  t.v_sync_width = 6;
-  t.h_border = 1;
-  t.v_border = 2;
-  t.stereo = 1;
-  t.v_sync_positive = 1;
   uint32_t value = 77;
   out += Call(
       "dtd 1024x768p described in full", [&] { return convert_dtd_to_vic(&edid, &t, &value); },
@@ -157,7 +128,7 @@ TEST(Conversions, EachCaseGivesItsResultAndExplainsAFailureInTraces) {
     value = 77;
     out += Call(what, fn, &value);
   }
-  edc_test::ExpectGolden("conversions.txt", out);
+  ExpectGolden("conversions.txt", out);
 }
 
 // A name function of any code type, taking the code as read from the table.
@@ -174,7 +145,7 @@ TEST(Names, EveryCodeHasItsFixedText) {
       NAME(est_timing_1_string),      NAME(est_timing_2_string), NAME(man_timing_string),
       NAME(short_video_timing_string)};
 #undef NAME
-  const auto rows = edc_test::ReadRows("names.tsv");
+  const auto rows = ReadRows("names.tsv");
   ASSERT_EQ(rows.size(), 137u);
   for (const auto &row : rows)
     EXPECT_STREQ(functions.at(row[0])(std::stoll(row[1], nullptr, 0)), row[2].c_str())
@@ -188,16 +159,12 @@ std::string Escaped(const std::string &text) {
   return out;
 }
 
-std::string Hex(uint32_t value, int digits = 2) {
-  return edc_test::Format("0x%0*X", digits, value);
-}
-
 // "call -> result "printed"": what a function returned (left out for one that
 // returns nothing, or whose result means nothing) and what it printed.
 template <typename Fn>
 std::string Printed(const std::string &call, Fn fn) {
   std::string result;
-  const std::string out = edc_test::Normalize(edc_test::CaptureStdout([&] {
+  const std::string out = Normalize(Capture([&] {
     if constexpr (std::is_void_v<decltype(fn())>)
       fn();
     else
@@ -207,12 +174,12 @@ std::string Printed(const std::string &call, Fn fn) {
 }
 
 // A mask text built into a buffer of 'x', shown up to two bytes past
-// string_len with each NUL as '~'.
-std::string Built(const char *name, int32_t (*fn)(uint32_t, char *, uint32_t), uint32_t mask,
-                  uint32_t string_len) {
+// string_len with each NUL as '~'; or the refusal of a NULL buffer.
+std::string Built(const std::string &call, int32_t (*fn)(uint32_t, char *, uint32_t), bool null,
+                  uint32_t mask, uint32_t string_len) {
   char buffer[128];
   memset(buffer, 'x', sizeof buffer);
-  const std::string call = name + ("(" + Hex(mask)) + ", " + std::to_string(string_len) + ")";
+  if (null) return Printed(call, [&] { fn(0x7F, nullptr, 40); });
   std::string line = string_len >= 17  // below that the result means nothing
                          ? Printed(call, [&] { return fn(mask, buffer, string_len); })
                          : Printed(call, [&] { fn(mask, buffer, string_len); });
@@ -224,34 +191,27 @@ std::string Built(const char *name, int32_t (*fn)(uint32_t, char *, uint32_t), u
 TEST(Printers, MaskTextsAndPrintedLinesAreExact) {
   std::string out =
       "# call -> result \"printed\" [buffer up to 2 bytes past the length, NUL as ~]\n";
-  for (const auto &[mask, length] :
-       {std::pair{0x7Fu, 100u}, {0x7F, 17}, {0x00, 17}, {0x05, 17}, {0x80, 17}, {0x7F, 16}})
-    out += Built("audio_freq_string", audio_freq_string, mask, length);
-  for (const auto &[mask, length] :
-       {std::pair{0x07u, 30u}, {0x07, 17}, {0x00, 17}, {0x02, 17}, {0x07, 16}})
-    out += Built("audio_pcm_bits_string", audio_pcm_bits_string, mask, length);
-  out += Printed("audio_freq_string(NULL)", [] { audio_freq_string(0x7F, nullptr, 40); });
-  out += Printed("audio_pcm_bits_string(NULL)", [] { audio_pcm_bits_string(0x7F, nullptr, 40); });
-  const uint8_t speakers[][3] = {
-      {0x0F, 0x00, 0xFF}, {0x02, 0, 0}, {0, 0, 0}, {0xFF, 0x07, 0}, {0x00, 0xFA, 0xFF}};
-  for (const auto &s : speakers)
-    out += Printed("print_speaker(" + Hex(s[0]) + ", " + Hex(s[1]) + ", " + Hex(s[2]) + ")",
-                   [&] { return print_speaker(s[0], s[1], s[2]); });
-  // Every format-specific field holds the same value; only the format's own is shown.
-  const uint32_t audio[][4] = {{1, 2, 0x07, 5},  {1, 8, 0, 0},     {2, 6, 0x04, 640},
-                               {8, 2, 0x01, 64}, {9, 2, 0x01, 3},  {13, 8, 0x06, 1},
-                               {14, 2, 0x04, 3}, {16, 2, 0x04, 9}, {18, 6, 0x40, 9},
-                               {0, 2, 0x04, 9},  {15, 2, 0x04, 9}, {19, 2, 0x04, 9}};
-  for (const auto &a : audio) {
-    short_audio_desc_t sad = {a[0], a[1], a[2], a[3], a[3], a[3], a[3]};
-    out +=
-        Printed(edc_test::Format("print_audio_structure(format %u, channels %u, rates 0x%02X, %u)",
-                                 a[0], a[1], a[2], a[3]),
-                [&] { return print_audio_structure(&sad); });
+  for (const Line &row : ReadRows("printers.tsv")) {
+    const std::string &fn = row[0];
+    const bool null = row[1] == "NULL";
+    std::string call = fn + "(";
+    uint32_t n[4] = {};  // the arguments: the last word of each field
+    for (size_t i = 1; i < row.size(); ++i) {
+      call += row[i] + (i + 1 < row.size() ? ", " : ")");
+      n[i - 1] = null ? 0 : std::stoul(row[i].substr(row[i].rfind(' ') + 1), nullptr, 0);
+    }
+    short_audio_desc_t sad = {n[0], n[1], n[2], n[3], n[3], n[3], n[3]};
+    if (fn.starts_with("audio_"))
+      out += Built(call, fn == "audio_freq_string" ? audio_freq_string : audio_pcm_bits_string,
+                   null, n[0], n[1]);
+    if (fn == "print_speaker")
+      out += Printed(call, [&] { return print_speaker(n[0], n[1], n[2]); });
+    if (fn == "print_audio_structure" && null)
+      out += Printed(call, [] { print_audio_structure(nullptr); });
+    if (fn == "print_audio_structure" && !null)
+      out += Printed(call, [&] { return print_audio_structure(&sad); });
+    if (fn == "print_stereo_type") out += Printed(call, [&] { print_stereo_type(n[0]); });
   }
-  out += Printed("print_audio_structure(NULL)", [] { print_audio_structure(nullptr); });
-  for (uint32_t mask : {0x00u, 0x81u, 0xFFu, 0x100u})
-    out += Printed("print_stereo_type(" + Hex(mask) + ")", [&] { print_stereo_type(mask); });
   const char *const est1 = "Established Timings 1";
   const std::tuple<int32_t, const char *(*)(int32_t), const char *> lists[] = {
       {0xA5, est_timing_1_string, est1},
@@ -263,10 +223,10 @@ TEST(Printers, MaskTextsAndPrintedLinesAreExact) {
       {0x80, man_timing_string, nullptr}};
   for (const auto &[mask, fn, title] : lists)
     out +=
-        Printed("print_est_man_type(" + Hex(mask, 4) + ", " + (fn ? "names" : "NULL") + ", " +
-                    (title ? title : "NULL") + ")",
+        Printed(Format("print_est_man_type(0x%04X, %s, %s)", mask, fn ? "names" : "NULL",
+                       title ? title : "NULL"),
                 [&, mask = mask, fn = fn, title = title] { print_est_man_type(mask, fn, title); });
-  edc_test::ExpectGolden("printers.txt", out);
+  ExpectGolden("printers.txt", out);
 }
 
 }  // namespace
