@@ -23,7 +23,8 @@ cmake --build "$build" -j"$(nproc)" --target "$target" >/dev/null
 corpus=$build/corpus/$target findings=$build/findings/$target logs=$build/logs/$target
 mkdir -p "$corpus" "$findings" "$logs"
 rm -f "$logs"/*.log
-seeds=("fuzz/seeds/$target")
+seeds=()
+[ -d "fuzz/seeds/$target" ] && seeds+=("fuzz/seeds/$target")
 # Inputs no longer than real ones: an EDID of up to four blocks, a
 # configuration text of a couple of kilobytes.
 max_len=2048
@@ -32,6 +33,7 @@ case $target in
 esac
 case $target in
   decode_fuzz | dump_fuzz | edid_input_fuzz) seeds+=(tests/corpus/edid) ;;
+  config_store_fuzz) seeds+=(fuzz/seeds/platform_config_fuzz) ;;
   compose_fuzz)
     # The example configuration (comments dropped), the settings byte 1
     # (3D as the television), then a corpus EDID.
