@@ -4,8 +4,12 @@
 // and its compose command: the options onto composer_cfg_t
 // (tests/data/compose_settings.txt), the bytes it writes in each form, and
 // the file it replaces.
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 
 #include "compose_settings.h"
@@ -209,15 +213,43 @@ TEST(ToolCompose, ReportsTheNewEdidAndWhereItsAddressLies) {
   EXPECT_NE(errors, "");
   EXPECT_EQ(quiet.err, errors);
   EXPECT_EQ(quiet.out, loud.out);
-  // A binary EDID is not written to a terminal (script(1) gives the tool one).
-  int status = -1;
-  const std::string terminal = RunCommand("script -qec \"'" + std::string(EDC_TOOL_PATH) +
-                                              "' compose --config " + kConfig + "\" /dev/null",
-                                          &status);
-  EXPECT_EQ(status, 2);
-  EXPECT_EQ(terminal,
+}
+
+// A binary EDID is not written to a terminal: the tool's standard output is
+// a pseudo-terminal here, its standard error a pipe.
+TEST(ToolCompose, RefusesToWriteBinaryToATerminal) {
+  const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+  if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0)
+    GTEST_SKIP() << "no pseudo-terminal on this machine";
+  const std::string replica = ptsname(terminal);
+  int error_pipe[2];
+  ASSERT_EQ(pipe(error_pipe), 0);
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    const int out = open(replica.c_str(), O_WRONLY | O_NOCTTY);
+    if (out < 0 || dup2(out, STDOUT_FILENO) < 0 || dup2(error_pipe[1], STDERR_FILENO) < 0)
+      _exit(99);
+    execl(EDC_TOOL_PATH, EDC_TOOL_PATH, "compose", "--config", kConfig.c_str(), nullptr);
+    _exit(98);
+  }
+  close(error_pipe[1]);
+  std::string err;
+  char buffer[256];
+  for (ssize_t n; (n = read(error_pipe[0], buffer, sizeof buffer)) > 0;) err.append(buffer, n);
+  close(error_pipe[0]);
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  // Nothing reached the terminal.
+  const int flags = fcntl(terminal, F_GETFL);
+  fcntl(terminal, F_SETFL, flags | O_NONBLOCK);
+  EXPECT_LE(read(terminal, buffer, sizeof buffer), 0);
+  close(terminal);
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 2);
+  EXPECT_EQ(err,
             "edid-composer: standard output: a binary EDID is not written to a terminal; use -o "
-            "FILE or --format hex\r\n");
+            "FILE or --format hex\n");
 }
 
 // The input reader --------------------------------------------------------------------------------
