@@ -3,17 +3,18 @@
 // must not crash, leak or hang, and a composition that succeeds gives two
 // blocks with valid checksums.
 //
-// Input: the configuration text up to the first NUL byte (as it stands when
-// it opens with a table header, otherwise under the configuration root's
-// header; empty when it does not load), then one byte of settings (bits 0-1 the 3D setting, bit 2 the
-// sink filter, bit 3 debug traces, bits 4-7 the input port), then the
-// television's EDID, of whatever length.
+// Input: the configuration text up to the first NUL byte (loaded as
+// config_text.h says; empty when it does not load), then one byte of
+// settings (bits 0-1 the 3D setting, bit 2 the sink filter, bit 3 debug
+// traces, bits 4-7 the input port), then the television's EDID, of whatever
+// length.
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string>
 
 #include "config_store.h"
+#include "config_text.h"
 #include "edid_composer.h"
 #include "utility.h"
 
@@ -37,11 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   const std::string text(reinterpret_cast<const char *>(data), text_size);
   if (text != loaded) {
     config_store_clear();
-    // One parse an input: parsing is most of what an input costs.
-    if (text.starts_with('['))
-      config_store_load_string(text.c_str());
-    else
-      config_store_load_string(("[platform.software.drivers.avcap.edid]\n" + text).c_str());
+    config_store_load_string(ConfigDocument(text).c_str());
     loaded = text;
   }
 

@@ -1,14 +1,12 @@
 // Arbitrary text as the platform configuration: reading the platform values
 // from whatever the store accepts must not crash, leak or hang.
-//
-// An input that opens with a table header is loaded as it stands; any other
-// under the configuration root's table header, so that bare keys reach the
-// library's readers. One parse an input: parsing is most of what it costs.
+// The text is loaded as config_text.h says.
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
 #include "config_store.h"
+#include "config_text.h"
 #include "edid_composer_internal.h"
 #include "utility.h"
 
@@ -25,9 +23,7 @@ void ReadPlatformValues() {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   const std::string text(reinterpret_cast<const char *>(data), size);
-  const std::string document =
-      text.starts_with('[') ? text : "[platform.software.drivers.avcap.edid]\n" + text;
-  if (config_store_load_string(document.c_str()) == 0) ReadPlatformValues();
+  if (config_store_load_string(ConfigDocument(text).c_str()) == 0) ReadPlatformValues();
   config_store_clear();
   return 0;
 }

@@ -110,6 +110,12 @@ std::vector<std::string> OnModes(const std::string &modes,
   return lines;
 }
 
+// How often function reported that VIC 100, which the table lacks, has no timing.
+long UnknownVicReports(const std::vector<std::string> &lines, const std::string &function) {
+  return std::count(lines.begin(), lines.end(),
+                    ExpectedLine("BUG " + function + " \\tFailed converting VIC:100 to a DTD."));
+}
+
 TEST(Limits, HeightIsTheFrameHeightAndOnlyTallerModesGo) {
   for (const Line &row :
        ReadTable("compose_limits.txt",
@@ -123,10 +129,7 @@ TEST(Limits, HeightIsTheFrameHeightAndOnlyTallerModesGo) {
         row[0], [&](ll_list_t *list) { _remove_larger_height_modes(std::stoul(row[2]), list); },
         &kept);
     EXPECT_EQ(kept, row[3]) << row[0];
-    EXPECT_EQ(
-        std::count(lines.begin(), lines.end(),
-                   ExpectedLine("BUG _find_largest_height \\tFailed converting VIC:100 to a DTD.")),
-        row[0].starts_with("100"));
+    EXPECT_EQ(UnknownVicReports(lines, "_find_largest_height"), row[0].starts_with("100"));
   }
 }
 
@@ -136,10 +139,7 @@ TEST(Limits, PixelClockDoublesForMostStereoAndQuadruplesForDepthWithGraphics) {
     const auto lines =
         OnModes(row[0], [&](ll_list_t *list) { clock = _maximum_pixel_clock(list); });
     EXPECT_EQ(std::to_string(clock), row[1]) << row[0];
-    EXPECT_EQ(
-        std::count(lines.begin(), lines.end(),
-                   ExpectedLine("BUG _maximum_pixel_clock \\tFailed converting VIC:100 to a DTD.")),
-        row[0].starts_with("100"));
+    EXPECT_EQ(UnknownVicReports(lines, "_maximum_pixel_clock"), row[0].starts_with("100"));
   }
 }
 
