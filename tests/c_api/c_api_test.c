@@ -5,6 +5,7 @@
 #include <string.h>
 
 #include "config_store.h"
+#include "cta_video_formats.h"
 #include "edid_composer.h"
 #include "edid_decode_encode.h"
 #include "linked_list.h"
@@ -48,6 +49,15 @@ int main(void) {
   CHECK(debug_enabled());
   debug_enable(false);
   config_store_clear();
+
+  {
+    const cta_video_format_t *uhd = cta_video_format_find(cta_hdmi_vic_to_vic(1));
+    char name[CTA_VIDEO_FORMAT_NAME_SIZE];
+    CHECK(uhd != NULL && uhd->vic == 95 && uhd->pixel_clock_khz == 297000 && uhd->h_total == 4400);
+    CHECK(cta_video_format_name(95, name, sizeof name) == 17 &&
+          strcmp(name, "3840x2160p30 16:9") == 0);
+    CHECK(cta_video_format_find(128) == NULL);
+  }
 
   if (failures == 0) printf("c_api: all checks passed\n");
   return failures == 0 ? 0 : 1;
