@@ -55,7 +55,7 @@ std::string NativeRate(const edid_t &edid) {
 
 std::string VideoValue(const short_video_desc_t &svd) {
   std::string value = "yes";
-  if (svd.native) value += ", native";
+  if (SvdNative(svd)) value += ", native";
   if (svd.stereo != 0) value += ", 3D " + Join(StereoNames(svd.stereo));
   return value;
 }
@@ -148,11 +148,8 @@ std::vector<CompareRow> CompareRows(const edid_t &a, const edid_t &b) {
 
   using Svd = short_video_desc_t;
   AddKeyedRows<uint32_t, Svd>(
-      rows, Elements<Svd>(a.video_list), Elements<Svd>(b.video_list),
-      [](const Svd &svd) { return svd.vic; },
-      [](const uint32_t &vic) {
-        return "VIC " + std::to_string(vic) + " " + short_video_timing_string(vic);
-      },
+      rows, Elements<Svd>(a.video_list), Elements<Svd>(b.video_list), SvdVic,
+      [](const uint32_t &vic) { return "VIC " + std::to_string(vic) + " " + VicName(vic); },
       VideoValue);
   AddKeyedRows<uint32_t, uint32_t>(
       rows, HdmiVics(a), HdmiVics(b), [](const uint32_t &vic) { return vic; },

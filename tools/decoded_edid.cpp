@@ -5,6 +5,7 @@
 
 #include <cstdio>
 
+#include "cta_video_formats.h"
 #include "edid_composer.h"
 #include "utility.h"
 
@@ -13,6 +14,10 @@ namespace edc_tool {
 namespace {
 
 constexpr size_t kBlockSize = 128;
+
+// The highest VIC whose SVD byte may carry the native flag (CTA-861 7.5.1).
+constexpr uint32_t kLastNativeVic = 64;
+constexpr uint32_t kSvdNativeBit = 0x80;
 
 struct BitName {
   uint32_t bit;
@@ -128,6 +133,21 @@ std::string TimingName(const detailed_timing_t &timing) {
   const uint32_t frame_lines = timing.progressive ? timing.v_active : timing.v_active * 2;
   return std::to_string(timing.h_active) + "x" + std::to_string(frame_lines) +
          (timing.progressive ? "p" : "i") + std::to_string(RefreshRate(timing));
+}
+
+uint32_t SvdVic(const short_video_desc_t &svd) {
+  return svd.native && svd.vic > kLastNativeVic ? svd.vic | kSvdNativeBit : svd.vic;
+}
+
+bool SvdNative(const short_video_desc_t &svd) {
+  return svd.native && svd.vic <= kLastNativeVic;
+}
+
+std::string VicName(uint32_t vic) {
+  if (vic <= kLastNativeVic) return short_video_timing_string(vic);
+  char name[CTA_VIDEO_FORMAT_NAME_SIZE];
+  if (cta_video_format_name(vic, name, sizeof name) == 0) return short_video_timing_string(vic);
+  return name;
 }
 
 std::vector<std::string> StereoNames(uint32_t stereo) {

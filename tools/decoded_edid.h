@@ -47,6 +47,19 @@ std::vector<T> Elements(const ll_list_t &list);
 std::string TimingName(const detailed_timing_t &timing);
 uint32_t RefreshRate(const detailed_timing_t &timing);
 
+// The VIC a short video descriptor names, and whether it is marked native,
+// as CTA-861 reads its byte since VICs 193 and up exist: bit 7 is the native
+// flag only for VICs 1 to 64, and bytes 193 to 255 are VICs 193 to 255. The
+// record keeps bits 6-0 as the VIC and bit 7 as the flag, so such a VIC
+// arrives as 65 to 127 with native set.
+uint32_t SvdVic(const short_video_desc_t &svd);
+bool SvdNative(const short_video_desc_t &svd);
+
+// The name of a VIC: the library's for VICs 1 to 64 ("1920x1080p60Hz16x9"),
+// else that of the CTA-861 format table ("3840x2160p60 16:9"), else the
+// library's "Unknown Value".
+std::string VicName(uint32_t vic);
+
 // Names of the bits set in a mask, in bit order.
 std::vector<std::string> StereoNames(uint32_t stereo);
 std::vector<std::string> SpeakerNames(const uint8_t speaker[3]);

@@ -60,7 +60,9 @@ Json DetailedTiming(const detailed_timing_t &t) {
 Json VideoFormat(const short_video_desc_t &svd) {
   Json j;
   j["vic"] = svd.vic;
-  j["name"] = short_video_timing_string(svd.vic);
+  // A byte of VIC 193 up, which the record holds as VIC 65 up marked native.
+  if (SvdVic(svd) != svd.vic) j["cta_vic"] = SvdVic(svd);
+  j["name"] = VicName(SvdVic(svd));
   j["native"] = svd.native != 0;
   j["stereo"] = svd.stereo;
   j["stereo_names"] = StereoNames(svd.stereo);
