@@ -12,8 +12,8 @@
 
 namespace edc_tool {
 
-// Runs fn with standard output sent to a temporary file and returns what was
-// printed there (the library prints every diagnostic on standard output).
+// Runs fn with standard output sent to memory and returns what was printed
+// there (the library prints every diagnostic on standard output).
 std::string CaptureStdout(const std::function<void()> &fn);
 
 // An edid_t prepared on construction and destroyed on destruction.

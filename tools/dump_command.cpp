@@ -1,6 +1,8 @@
 #include "dump_command.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <filesystem>
 
 #include "command.h"
 #include "decoded_edid.h"
@@ -29,14 +31,100 @@ void AddDumpOptions(CLI::App &command, DumpOptions &options) {
                   "Text of the first line (default: FILE, or \"standard input\" for -)")
       ->type_name("TEXT");
   command.add_flag("--debug", options.debug, "Turn on the library's trace lines");
-  command.add_option("FILE", options.file, "The EDID to print; - for standard input")
+  command
+      .add_option("FILE", options.files,
+                  "The EDID to print; - for standard input. With --json, several FILEs or "
+                  "directories (their files, sorted; not their subdirectories) print one JSON "
+                  "object a line per file")
       ->required()
       ->type_name("FILE");
 }
 
+namespace {
+
+// The files that the arguments name: a directory stands for the files in it
+// (sorted by name; its subdirectories are left out). A directory that cannot
+// be listed stays in the list, for the read to report.
+std::vector<std::string> ExpandDirectories(const std::vector<std::string> &arguments) {
+  namespace fs = std::filesystem;
+  std::vector<std::string> files;
+  for (const std::string &argument : arguments) {
+    std::error_code error;
+    if (argument == "-" || !fs::is_directory(argument, error)) {
+      files.push_back(argument);
+      continue;
+    }
+    std::vector<std::string> inside;
+    for (fs::directory_iterator it(argument, error), end; !error && it != end; it.increment(error))
+      if (!it->is_directory(error)) inside.push_back(it->path().string());
+    if (error) inside = {argument};
+    std::sort(inside.begin(), inside.end());
+    files.insert(files.end(), inside.begin(), inside.end());
+  }
+  return files;
+}
+
+bool NamesSeveralFiles(const std::vector<std::string> &files) {
+  std::error_code error;
+  return files.size() > 1 || (files[0] != "-" && std::filesystem::is_directory(files[0], error));
+}
+
+// Every line of text, after "path: ", on standard error.
+void PrintDiagnostics(const std::string &path, const std::string &text) {
+  for (size_t start = 0, end; start < text.size(); start = end + 1) {
+    end = std::min(text.find('\n', start), text.size());
+    fprintf(stderr, "%s: %.*s\n", path.c_str(), static_cast<int>(end - start), &text[start]);
+  }
+}
+
+// One line of JSON per file: {"path": ..., then the keys of a single dump}, or
+// {"path", "error", "status"} for a file that cannot be read or decoded. The
+// library's lines for a decoded file go to standard error after its path.
+int RunJsonLines(const std::vector<std::string> &arguments) {
+  // Many lines to a pipe or file: fewer, larger writes.
+  static char output_buffer[1 << 16];
+  setvbuf(stdout, output_buffer, _IOFBF, sizeof output_buffer);
+  int worst = kExitOk;
+  JsonWriter line;
+  for (const std::string &path : ExpandDirectories(arguments)) {
+    line.Clear();
+    line.BeginObject();
+    line.Field("path", path);
+    const EdidInput input = ReadEdid(path);
+    std::string diagnostics;
+    int status = kExitOk;
+    if (!input.error.empty()) {
+      line.Field("error", input.error);
+      status = kExitUnusableInput;
+    } else if (DecodedEdid decoded; decoded.Decode(input.bytes, diagnostics)) {
+      WriteEdidFields(decoded.record(), line);
+      PrintDiagnostics(path, diagnostics);
+    } else {
+      while (!diagnostics.empty() && diagnostics.back() == '\n') diagnostics.pop_back();
+      line.Field("error",
+                 diagnostics.empty() ? "the library reported a decoding failure" : diagnostics);
+      status = kExitLibraryFailed;
+    }
+    if (status != kExitOk) line.Field("status", status);
+    line.EndObject();
+    worst = std::max(worst, status);
+    fwrite(line.text().data(), 1, line.text().size(), stdout);
+    fputc('\n', stdout);
+  }
+  return worst;
+}
+
+}  // namespace
+
 int RunDump(const DumpOptions &options) {
-  const std::string name = DisplayName(options.file);
-  const EdidInput input = ReadEdid(options.file);
+  if (options.files.size() > 1 && !options.json)
+    return Refuse("usage", "several FILEs are printed with --json only");
+  if (options.json && NamesSeveralFiles(options.files)) {
+    debug_enable(options.debug);
+    return RunJsonLines(options.files);
+  }
+  const std::string name = DisplayName(options.files[0]);
+  const EdidInput input = ReadEdid(options.files[0]);
   if (!input.error.empty()) return Refuse(name, input.error);
   debug_enable(options.debug);
   DecodedEdid edid;
