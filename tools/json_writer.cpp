@@ -9,9 +9,16 @@ namespace edc_tool {
 
 namespace {
 
-// The length of the UTF-8 sequence at text[at] when it is well formed
-// (RFC 3629: no overlong forms, no surrogates, nothing above U+10FFFF), else 0.
-size_t Utf8Length(std::string_view text, size_t at) {
+// The UTF-8 sequence at text[at]: its length and whether it is well formed
+// (RFC 3629: no overlong forms, no surrogates, nothing above U+10FFFF). A bad
+// one is as long as its well-formed start, at least one byte, and is replaced
+// as a whole (Unicode's practice of the maximal subpart, nlohmann's too).
+struct Sequence {
+  size_t length;
+  bool valid;
+};
+
+Sequence Utf8Sequence(std::string_view text, size_t at) {
   const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[at + i]); };
   const unsigned char lead = byte(0);
   size_t length = 0;
@@ -27,11 +34,13 @@ size_t Utf8Length(std::string_view text, size_t at) {
     if (lead == 0xF0) low = 0x90;
     if (lead == 0xF4) high = 0x8F;
   }
-  if (length == 0 || at + length > text.size()) return 0;
-  if (byte(1) < low || byte(1) > high) return 0;
-  for (size_t i = 2; i < length; ++i)
-    if (byte(i) < 0x80 || byte(i) > 0xBF) return 0;
-  return length;
+  if (length == 0) return {1, false};
+  for (size_t i = 1; i < length; ++i) {
+    const bool fits = at + i < text.size() && byte(i) >= (i == 1 ? low : 0x80) &&
+                      byte(i) <= (i == 1 ? high : 0xBF);
+    if (!fits) return {i, false};
+  }
+  return {length, true};
 }
 
 bool IsPlain(unsigned char c) {
@@ -48,9 +57,9 @@ void AppendString(std::string &out, std::string_view text) {
     at = plain;
     const auto c = static_cast<unsigned char>(text[at]);
     if (c >= 0x80) {
-      const size_t length = Utf8Length(text, at);
-      out.append(length == 0 ? "\xEF\xBF\xBD" : text.substr(at, length));
-      at += length == 0 ? 1 : length;
+      const Sequence sequence = Utf8Sequence(text, at);
+      out.append(sequence.valid ? text.substr(at, sequence.length) : "\xEF\xBF\xBD");
+      at += sequence.length;
       continue;
     }
     ++at;

@@ -2,6 +2,7 @@
 // reviewed golden files (tests/golden/, normalized as in capture.h), and the
 // dump command as a user runs it; the JSON form of a record (dump --json,
 // compare --json) and the compare command's rows.
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "compare_command.h"
@@ -9,9 +10,11 @@
 #include "edc_test.h"
 #include "edid_composer.h"
 #include "edid_json.h"
+#include "json_writer.h"
 
 using namespace edc_test;  // NOLINT: capture, record and tool helpers throughout
 using nlohmann::json;
+using testing::HasSubstr;
 
 namespace {
 
@@ -229,6 +232,149 @@ TEST(ToolCompare, MarksTheModesTheCompositionDropped) {
   EXPECT_EQ(text.out, edc_tool::CompareText(rows, tv, composed));
   ExpectGolden("compare_sony_composed.txt",
                edc_tool::CompareText(rows, "sony-tv.bin", "composed.bin"));
+}
+
+// dump --json with a directory, a file that decodes, one that cannot be
+// read and one the library refuses: one object a line in that order (the
+// directory's files sorted, its subdirectory left out), each a single
+// dump's keys after "path"; the exit status is the worst.
+TEST(ToolDump, JsonLinesForManyFilesAndDirectories) {
+  namespace fs = std::filesystem;
+  const fs::path folder = testing::TempDir() + "edc_lines_" + std::to_string(getpid());
+  fs::create_directories(folder / "inner");
+  for (const char *name : {"sony-tv.bin", "uhd-tv-4k.bin"})
+    fs::copy_file(kExamples + "/" + name, folder / (std::string("b-") + name));
+  std::ofstream(folder / "a-notes.txt") << "not an EDID\n";
+  const std::string refused = CorpusDir() + "/edid/odd-000528658b45.bin";  // version 1.2
+  const std::string uhd = kExamples + "/uhd-tv-4k.bin";
+  const auto lines =
+      RunTool("dump --json " + folder.string() + " " + uhd + " /nonexistent.bin " + refused);
+  EXPECT_EQ(lines.status, 2);
+  const std::vector<std::string> text = SplitLines(lines.out);
+  ASSERT_EQ(text.size(), 6u) << lines.out;
+  std::vector<json> objects;
+  for (const std::string &line : text) objects.push_back(json::parse(line));
+  const std::string paths[] = {(folder / "a-notes.txt").string(),
+                               (folder / "b-sony-tv.bin").string(),
+                               (folder / "b-uhd-tv-4k.bin").string(),
+                               uhd,
+                               "/nonexistent.bin",
+                               refused};
+  for (size_t i = 0; i < objects.size(); ++i) EXPECT_EQ(objects[i]["path"], paths[i]) << i;
+  EXPECT_EQ(objects[0]["error"], "line 1: \"not\" is not hexadecimal EDID data");
+  EXPECT_EQ(objects[4]["error"], "cannot open: No such file or directory");
+  EXPECT_EQ(objects[0]["status"], 2);
+  EXPECT_EQ(objects[4]["status"], 2);
+  EXPECT_EQ(objects[5]["status"], 1);
+  EXPECT_THAT(Normalize(objects[5]["error"].get<std::string>()),
+              HasSubstr("decode_edid_block_0() ERROR: Failed EDID Version/Revision check."));
+  // A decoded file: "path", then exactly what dump --json prints for it.
+  for (const size_t i : {1, 2, 3}) {
+    json single = json::parse(RunTool("dump --json " + paths[i]).out);
+    json line = objects[i];
+    EXPECT_TRUE(text[i].starts_with("{\"path\":")) << text[i];
+    line.erase("path");
+    EXPECT_EQ(line, single) << paths[i];
+  }
+  fs::remove_all(folder);
+  // Without --json several files are refused; one directory is a file that cannot be read.
+  EXPECT_EQ(RunTool("dump " + uhd + " " + uhd).err,
+            "edid-composer: usage: several FILEs are printed with --json only\n");
+  EXPECT_EQ(RunTool("dump " + kExamples).status, 2);
+}
+
+// The JSON Lines of the whole corpus in one process hold for every decoded
+// EDID the record dump --json gives (compared in this process), and keep
+// going past every file the library refuses.
+TEST(ToolDump, JsonLinesOfTheCorpus) {
+  const auto run = RunTool("dump --json " + CorpusDir() + "/edid");
+  EXPECT_EQ(run.status, 1);
+  const std::vector<std::string> lines = SplitLines(run.out);
+  const auto &corpus = Corpus();
+  ASSERT_EQ(lines.size(), corpus.size());
+  std::map<std::string, const CorpusEdid *> by_path;
+  for (const CorpusEdid &c : corpus) by_path[c.path] = &c;
+  size_t decoded = 0, refused = 0;
+  for (const std::string &text : lines) {
+    json line = json::parse(text);
+    const CorpusEdid *c = by_path.at(line["path"].get<std::string>());
+    edc_tool::DecodedEdid edid;
+    std::string diagnostics;
+    if (!edid.Decode(c->bytes, diagnostics)) {
+      EXPECT_EQ(line["status"], 1) << c->file;
+      ++refused;
+      continue;
+    }
+    line.erase("path");
+    EXPECT_EQ(line, edc_tool::EdidJson(edid.record())) << c->file;
+    ++decoded;
+  }
+  EXPECT_GT(decoded, 1000u);
+  EXPECT_GT(refused, 0u);
+}
+
+// compare names the VICs beyond the library's 64 from the CTA-861 format
+// table, and reads an SVD byte of 193 or more as that VIC, never native.
+TEST(ToolCompare, NamesEveryDefinedVic) {
+  edc_tool::DecodedEdid uhd, vic218, vic225;
+  Decode(kExamples + "/uhd-tv-4k.bin", uhd);
+  Decode(CorpusDir() + "/edid/hdmi3d-00000e3a4736.bin", vic218);
+  Decode(CorpusDir() + "/edid/hdmi3d-20721254ea9e.bin", vic225);
+  const auto row = [](const edid_t &a, const edid_t &b, const std::string &label) {
+    for (const auto &r : edc_tool::CompareRows(a, b))
+      if (r.capability == label) return r.a.value_or("absent") + " | " + r.b.value_or("absent");
+    return std::string("no row");
+  };
+  EXPECT_EQ(row(uhd.record(), vic218.record(), "VIC 93 3840x2160p24 16:9"), "yes | yes");
+  EXPECT_EQ(row(uhd.record(), vic218.record(), "VIC 89 2560x1080p50 64:27"), "absent | yes");
+  EXPECT_EQ(row(uhd.record(), vic218.record(), "VIC 98 4096x2160p24 256:135"), "yes | absent");
+  EXPECT_EQ(row(uhd.record(), vic218.record(), "VIC 218 4096x2160p100 256:135"), "absent | yes");
+  EXPECT_EQ(row(uhd.record(), vic218.record(), "VIC 16 1920x1080p60Hz16x9"), "yes, native | yes");
+  EXPECT_EQ(row(vic225.record(), vic225.record(), "VIC 225 Unknown Value"), "yes | yes");
+  const json entries = edc_tool::EdidJson(vic218.record())["video_list"];
+  const auto at = std::find_if(entries.begin(), entries.end(),
+                               [](const json &e) { return e.contains("cta_vic"); });
+  ASSERT_NE(at, entries.end());
+  EXPECT_EQ(*at, json::parse(R"({"vic": 90, "cta_vic": 218, "name": "4096x2160p100 256:135",
+                                 "native": true, "stereo": 0, "stereo_names": []})"));
+}
+
+// The JSON writer's text is nlohmann's for the same values, the texts with
+// bytes that are not UTF-8 as nlohmann writes them when told to replace them.
+TEST(JsonWriter, WritesWhatNlohmannWrites) {
+  const std::string texts[] = {"plain",
+                               "q\"b\\s/",
+                               "\b\f\n\r\t\x01\x1f\x7f",
+                               "caf\xc3\xa9 \xe2\x82\xac \xf0\x9f\x98\x80",
+                               "bad \xe9 end",
+                               "\xc0\xaf overlong",
+                               "\xed\xa0\x80 surrogate",
+                               "\xf4\x90\x80\x80 big",
+                               "cut \xe2\x82",
+                               "\xe2\x82 x \xf0\x9f\x98",
+                               ""};
+  edc_tool::JsonWriter w;
+  w.BeginObject();
+  nlohmann::ordered_json expected = nlohmann::ordered_json::object();
+  for (size_t i = 0; i < std::size(texts); ++i) {
+    w.Field("t" + std::to_string(i), texts[i]);
+    expected["t" + std::to_string(i)] = texts[i];
+  }
+  const double numbers[] = {32, 44.1, 176.4, 0.5, -3, 1e300};
+  w.Field("d", std::vector<double>(std::begin(numbers), std::end(numbers)));
+  expected["d"] = numbers;
+  w.Field("i", std::vector<int32_t>{-7, 0, 2147483647});
+  expected["i"] = {-7, 0, 2147483647};
+  w.Field("u", uint32_t{4294967295});
+  expected["u"] = uint32_t{4294967295};
+  w.Field("b", std::vector<bool>{true, false});
+  expected["b"] = {true, false};
+  w.Key("o");
+  w.BeginObject();
+  w.EndObject();
+  expected["o"] = nlohmann::ordered_json::object();
+  w.EndObject();
+  EXPECT_EQ(w.text(), expected.dump(-1, ' ', false, json::error_handler_t::replace));
 }
 
 }  // namespace
