@@ -1,7 +1,8 @@
 #include "decoded_edid.h"
 
+#include <sys/types.h>
+
 #include <cstdio>
-#include <cstdlib>
 
 #include "cta_video_formats.h"
 #include "edid_composer.h"
@@ -59,28 +60,35 @@ constexpr const char *kTypeName<std_timing_t> = "std_timing_t";
 template <>
 constexpr const char *kTypeName<detailed_timing_t> = "detailed_timing_t";
 
+// The write function of the stream that captures standard output.
+ssize_t AppendTo(void *text, const char *data, size_t size) {
+  static_cast<std::string *>(text)->append(data, size);
+  return static_cast<ssize_t>(size);
+}
+
 }  // namespace
 
 // The library prints through stdio's stdout alone, and in glibc stdout is an
 // ordinary variable that a program may set (so documented): while fn runs it
-// is an in-memory stream. No system call at all, where a file for each
-// capture made every decode of a file cost milliseconds.
+// is an unbuffered stream whose writes append to the text. No system call
+// and no buffer, where a file for each capture made every decode of a file
+// cost milliseconds.
 std::string CaptureStdout(const std::function<void()> &fn) {
   fflush(stdout);
-  char *buffer = nullptr;
-  size_t size = 0;
-  FILE *const memory = open_memstream(&buffer, &size);
+  std::string text;
+  cookie_io_functions_t io = {};
+  io.write = AppendTo;
+  FILE *const memory = fopencookie(&text, "w", io);
   if (memory == nullptr) {  // nowhere to capture to: let the output through rather than lose it
     fn();
     return "";
   }
+  setvbuf(memory, nullptr, _IONBF, 0);
   FILE *const saved = stdout;
   stdout = memory;
   fn();
   stdout = saved;
   fclose(memory);
-  std::string text(buffer, size);
-  free(buffer);
   return text;
 }
 

@@ -1,5 +1,8 @@
 #include "edid_input.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -13,6 +16,7 @@ constexpr size_t kBlockSize = 128;
 // An EDID has at most 256 blocks (32 KiB); its hex dump with edid-decode's
 // decoded text is well below this. Larger input is refused unread.
 constexpr size_t kMaxInput = 4u << 20;
+constexpr size_t kReadChunk = 4096;
 constexpr uint8_t kHeader[8] = {0x00, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00};
 
 bool IsTextByte(uint8_t c) {
@@ -144,19 +148,24 @@ EdidInput ParseEdid(const std::vector<uint8_t> &contents) {
 
 EdidInput ReadEdid(const std::string &path) {
   const bool from_stdin = path == "-";
-  FILE *file = from_stdin ? stdin : fopen(path.c_str(), "rb");
-  if (file == nullptr) return EdidInput{{}, std::string("cannot open: ") + strerror(errno)};
-  std::vector<uint8_t> contents;
-  uint8_t chunk[4096];
-  size_t got;
-  while ((got = fread(chunk, 1, sizeof chunk, file)) > 0 && contents.size() <= kMaxInput)
-    contents.insert(contents.end(), chunk, chunk + got);
-  const bool failed = ferror(file) != 0;
-  const bool too_large = contents.size() > kMaxInput;
+  const int fd = from_stdin ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return EdidInput{{}, std::string("cannot open: ") + strerror(errno)};
+  // Straight into the vector: an EDID file is one read (and one to see its end).
+  std::vector<uint8_t> contents(kReadChunk);
+  size_t used = 0;
+  ssize_t got = 0;
+  while (used <= kMaxInput &&
+         (got = read(fd, contents.data() + used, contents.size() - used)) != 0) {
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) break;
+    used += static_cast<size_t>(got);
+    if (used == contents.size()) contents.resize(contents.size() * 2);
+  }
   const int saved_errno = errno;
-  if (!from_stdin) fclose(file);
-  if (failed) return EdidInput{{}, std::string("cannot read: ") + strerror(saved_errno)};
-  if (too_large) return EdidInput{{}, "more than 4 MiB of input; this is not an EDID"};
+  if (!from_stdin) close(fd);
+  if (got < 0) return EdidInput{{}, std::string("cannot read: ") + strerror(saved_errno)};
+  if (used > kMaxInput) return EdidInput{{}, "more than 4 MiB of input; this is not an EDID"};
+  contents.resize(used);
   return ParseEdid(contents);
 }
 

@@ -125,10 +125,21 @@ void JsonWriter::Close(char bracket) {
 }
 
 void JsonWriter::Key(std::string_view key) {
-  Separate();
-  text_ += '"';
-  text_ += key;
-  text_ += "\":";
+  // One append of ,"key": for the common short key.
+  char field[64];
+  if (key.size() + 4 > sizeof field) {
+    Separate();
+    text_.append(1, '"').append(key).append("\":");
+  } else {
+    size_t length = 0;
+    if (after_value_) field[length++] = ',';
+    field[length++] = '"';
+    key.copy(field + length, key.size());
+    length += key.size();
+    field[length++] = '"';
+    field[length++] = ':';
+    text_.append(field, length);
+  }
   after_value_ = false;
 }
 
