@@ -5,7 +5,9 @@
 #     (configuration reading included, debug off), and a whole
 #     `edid-composer dump --summary` process;
 #   - Google Benchmark times over the corpus televisions;
-#   - the soak: every corpus EDID composed 1000 times in one process, peak RSS.
+#   - the soak: every corpus EDID composed 1000 times in one process, peak RSS;
+#   - the JSON Lines dump of the whole corpus in one process (instructions per
+#     EDID and wall time) against Debian's edid-decode started once per file.
 # Release build in build/release. The corpus televisions are the EDIDs of
 # tests/corpus whose manifest class is tv or hdmi3d.
 set -euo pipefail
@@ -22,7 +24,7 @@ instructions() {
   local toggle=$1
   shift
   valgrind --tool=callgrind ${toggle:+--toggle-collect=$toggle} --callgrind-out-file="$tmp/cg" \
-    "$@" >/dev/null 2>"$tmp/err"
+    "$@" >/dev/null 2>"$tmp/err" || true  # the command's own status is not ours
   sed -n 's/^==[0-9]*== Collected : //p' "$tmp/err"
 }
 
@@ -54,3 +56,31 @@ build/release/bench/edc_bench --benchmark_repetitions=5 \
 echo
 echo "Soak: every corpus EDID composed 1000 times in one process:"
 "$perf" soak tests/corpus examples/platform.toml 1000 2>&1 >/dev/null | tail -1
+
+# Wall time in microseconds of a command (or shell function), the fastest of
+# five runs.
+wall_us() {
+  local best=0 start took
+  for _ in 1 2 3 4 5; do
+    start=$(date +%s%N)
+    "$@" >/dev/null 2>&1 || true
+    took=$((($(date +%s%N) - start) / 1000))
+    if [ "$best" -eq 0 ] || [ "$took" -lt "$best" ]; then best=$took; fi
+  done
+  echo "$best"
+}
+edid_decode_each() {
+  for file in tests/corpus/edid/*.bin; do edid-decode "$file" || true; done
+}
+
+echo
+edids=$(find tests/corpus/edid -name '*.bin' | wc -l)
+echo "JSON Lines dump of the corpus ($edids EDIDs), one process, against edid-decode once per file:"
+lines=$(instructions "" build/release/edid-composer dump --json tests/corpus/edid)
+printf '  edid-composer dump --json tests/corpus/edid: %8d instructions per EDID (the whole process)\n' \
+  $((lines / edids))
+ours=$(wall_us build/release/edid-composer dump --json tests/corpus/edid)
+theirs=$(wall_us edid_decode_each)
+printf '  wall time, fastest of 5: edid-composer %d ms (%d us per EDID), edid-decode %d ms (%d us per EDID)\n' \
+  $((ours / 1000)) $((ours / edids)) $((theirs / 1000)) $((theirs / edids))
+awk -v a="$theirs" -v b="$ours" 'BEGIN { printf "  edid-composer is %.0f times as fast (goal: 100)\n", a / b }'

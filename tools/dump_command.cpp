@@ -16,8 +16,11 @@ namespace edc_tool {
 void AddDumpOptions(CLI::App &command, DumpOptions &options) {
   command.footer(
       "FILE is a binary EDID (as in /sys/class/drm/*/edid), hex text (as edid-decode or\n"
-      "xxd -p print it), a C array, or - for standard input.\n"
-      "Exit status: 0 decoded, 1 the library reported a decoding failure, 2 unusable input.");
+      "xxd -p print it), a C array, or - for standard input. With --json, several FILEs or a\n"
+      "directory (its files, sorted; not its subdirectories) print JSON Lines: one object a\n"
+      "line per file, with its \"path\", or its \"error\" and \"status\".\n"
+      "Exit status: 0 decoded, 1 the library reported a decoding failure, 2 unusable input\n"
+      "(for several files, the worst).");
   CLI::Option *summary =
       command.add_flag("--summary", options.summary,
                        "Print the summary form (identity, video formats, audio, physical address) "
