@@ -296,7 +296,7 @@ TEST(ToolDump, JsonLinesOfTheCorpus) {
   for (const CorpusEdid &c : corpus) by_path[c.path] = &c;
   size_t decoded = 0, refused = 0;
   for (const std::string &text : lines) {
-    json line = json::parse(text);
+    edc_tool::Json line = edc_tool::Json::parse(text);
     const CorpusEdid *c = by_path.at(line["path"].get<std::string>());
     edc_tool::DecodedEdid edid;
     std::string diagnostics;
@@ -331,11 +331,12 @@ TEST(ToolCompare, NamesEveryDefinedVic) {
   EXPECT_EQ(row(uhd.record(), vic218.record(), "VIC 218 4096x2160p100 256:135"), "absent | yes");
   EXPECT_EQ(row(uhd.record(), vic218.record(), "VIC 16 1920x1080p60Hz16x9"), "yes, native | yes");
   EXPECT_EQ(row(vic225.record(), vic225.record(), "VIC 225 Unknown Value"), "yes | yes");
-  const json entries = edc_tool::EdidJson(vic218.record())["video_list"];
+  const edc_tool::Json entries = edc_tool::EdidJson(vic218.record())["video_list"];
   const auto at = std::find_if(entries.begin(), entries.end(),
-                               [](const json &e) { return e.contains("cta_vic"); });
+                               [](const edc_tool::Json &e) { return e.contains("cta_vic"); });
   ASSERT_NE(at, entries.end());
-  EXPECT_EQ(*at, json::parse(R"({"vic": 90, "cta_vic": 218, "name": "4096x2160p100 256:135",
+  EXPECT_EQ(*at,
+            edc_tool::Json::parse(R"({"vic": 90, "cta_vic": 218, "name": "4096x2160p100 256:135",
                                  "native": true, "stereo": 0, "stereo_names": []})"));
 }
 
