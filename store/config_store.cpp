@@ -201,7 +201,72 @@ void report(std::string_view source, const toml::source_position &where, std::st
           static_cast<int>(what.size()), what.data());
 }
 
+// A configuration is a few kilobytes; the limits keep hostile text from
+// exhausting memory (a 100 MB file of keys) or the stack (toml++ and the
+// flattener recurse once a level).
+constexpr size_t kMaxText = 1u << 20;
+constexpr int kMaxDepth = 64;
+
+// The line and column (from 1) of text[at].
+toml::source_position position_of(std::string_view text, size_t at) {
+  toml::source_position where{1, 1};
+  for (size_t i = 0; i < at && i < text.size(); ++i) {
+    if (text[i] == '\n') {
+      ++where.line;
+      where.column = 1;
+    } else {
+      ++where.column;
+    }
+  }
+  return where;
+}
+
+// Where the text nests deeper than kMaxDepth, or npos. Outside strings and
+// comments, a level is an open '[' or '{' or a '.' of the key being read (a
+// dot in a number counts too; that only makes the bound stricter).
+size_t too_deep_at(std::string_view text) {
+  int brackets = 0, dots = 0;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (c == '"' || c == '\'') {  // "...", '...', """...""" or '''...'''
+      const size_t length = text.substr(i, 3) == std::string(3, c) ? 3 : 1;
+      const std::string_view quote = text.substr(i, length);
+      size_t end = i + length;
+      while (end < text.size() && text.substr(end, length) != quote) {
+        if (length == 1 && text[end] == '\n') break;
+        if (c == '"' && text[end] == '\\') ++end;
+        ++end;
+      }
+      const bool closed = end < text.size() && text.substr(end, length) == quote;
+      i = (closed ? end + length : std::min(end, text.size())) - 1;
+    } else if (c == '#') {
+      while (i + 1 < text.size() && text[i + 1] != '\n') ++i;
+    } else if (c == '[' || c == '{') {
+      ++brackets;
+    } else if (c == ']' || c == '}') {
+      brackets = std::max(brackets - 1, 0);
+    } else if (c == '.') {
+      ++dots;
+    } else if (c == '\n' || c == '=' || c == ',') {
+      dots = 0;
+    }
+    if (brackets + dots > kMaxDepth) return i;
+  }
+  return std::string_view::npos;
+}
+
 int32_t load(std::string_view text, std::string_view source) {
+  if (text.size() > kMaxText) {
+    report(source, position_of(text, kMaxText),
+           "the configuration is larger than 1 MiB; it is not read further");
+    return kFailed;
+  }
+  if (const size_t at = too_deep_at(text); at != std::string_view::npos) {
+    report(
+        source, position_of(text, at),
+        "tables, arrays and dotted keys nest deeper than " + std::to_string(kMaxDepth) + " levels");
+    return kFailed;
+  }
   toml::parse_result parsed = toml::parse(text, source);
   if (!parsed) {
     const toml::parse_error &error = parsed.error();
@@ -263,7 +328,9 @@ int32_t config_store_load_file(const char *path) {
   std::string text;
   char chunk[4096];
   size_t got;
-  while ((got = fread(chunk, 1, sizeof chunk, file)) > 0) text.append(chunk, got);
+  // One byte past the limit is enough to refuse (--config /dev/zero).
+  while (text.size() <= kMaxText && (got = fread(chunk, 1, sizeof chunk, file)) > 0)
+    text.append(chunk, got);
   const bool failed = ferror(file) != 0;
   const int saved_errno = errno;
   fclose(file);

@@ -15,6 +15,7 @@
 #include "edid_composer.h"
 #include "edid_input.h"
 #include "edid_output.h"
+#include "output_file.h"
 #include "utility.h"
 
 namespace edc_tool {
@@ -120,6 +121,12 @@ int RunCompose(const ComposeOptions &options) {
     return Refuse("standard output",
                   "a binary EDID is not written to a terminal; use -o FILE or --format hex");
 
+  if (!to_stdout) {
+    problem =
+        OutputIsAnInput(options.output, {{"--config", options.config}, {"--sink", options.sink}});
+    if (!problem.empty()) return Refuse(options.output, problem);
+  }
+
   EdidInput sink;
   if (!options.sink.empty()) {
     sink = ReadEdid(options.sink);
@@ -157,7 +164,7 @@ int RunCompose(const ComposeOptions &options) {
     fflush(report);
     if (!WriteAll(STDOUT_FILENO, contents))
       return Refuse("standard output", std::string("cannot write: ") + strerror(errno));
-  } else if (!WriteFileAtomically(options.output, contents, problem)) {
+  } else if (!WriteOutput(options.output, contents, problem)) {
     return Refuse(options.output, problem);
   }
   if (options.quiet) return kExitOk;

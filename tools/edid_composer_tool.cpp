@@ -11,6 +11,7 @@
 #include "compare_command.h"
 #include "compose_command.h"
 #include "dump_command.h"
+#include "output_file.h"
 #include "version.h"
 
 namespace {
@@ -30,9 +31,7 @@ const char *NamedCommand(int argc, char **argv) {
   return "";
 }
 
-}  // namespace
-
-int main(int argc, char **argv) {
+int Run(int argc, char **argv) {
   using namespace edc_tool;
   CLI::App app{"edid-composer: compose, compare and print HDMI EDIDs", "edid-composer"};
   app.set_version_flag("--version", std::string(gVersion),
@@ -78,4 +77,12 @@ int main(int argc, char **argv) {
     if (subcommands[i] != nullptr && subcommands[i]->parsed()) return commands[i].run();
   fputs(app.help().c_str(), stdout);
   return kExitOk;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  // Every command's output, --help and --version included, is checked once
+  // it is all written.
+  return edc_tool::FinishStandardOutput(Run(argc, argv));
 }
