@@ -16,6 +16,7 @@
 #include "edid_input.h"
 #include "edid_output.h"
 #include "output_file.h"
+#include "readback.h"
 #include "utility.h"
 
 namespace edc_tool {
@@ -152,6 +153,10 @@ int RunCompose(const ComposeOptions &options) {
   fputs((options.quiet ? ErrorLines(library_lines) : library_lines).c_str(), report);
   if (!ok) {
     fflush(report);
+    return kExitLibraryFailed;
+  }
+  if (const std::string unreadable = ReadBackProblem(composed); !unreadable.empty()) {
+    fprintf(stderr, "edid-composer: nothing written: %s\n", unreadable.c_str());
     return kExitLibraryFailed;
   }
 
