@@ -15,6 +15,7 @@
 #include "edid_composer.h"
 #include "edid_input.h"
 #include "edid_output.h"
+#include "mode_choice.h"
 #include "output_file.h"
 #include "readback.h"
 #include "utility.h"
@@ -117,6 +118,9 @@ int RunCompose(const ComposeOptions &options) {
   std::string option, problem;
   std::optional<ComposeSettings> settings = ParseComposeSettings(options.settings, option, problem);
   if (!settings) return Refuse(option, problem);
+  std::string chosen_row;
+  if (!ChooseModeRow(settings->cfg.hdmi_current_mode, chosen_row, problem))
+    return Refuse("--mode", problem);
   const bool to_stdout = options.output.empty();
   if (to_stdout && settings->format == OutputFormat::kBinary && isatty(STDOUT_FILENO))
     return Refuse("standard output",
@@ -150,6 +154,7 @@ int RunCompose(const ComposeOptions &options) {
   debug_enable(false);
   // With the EDID on standard output, everything else goes to standard error.
   FILE *report = to_stdout ? stderr : stdout;
+  if (!options.quiet && !chosen_row.empty()) fprintf(report, "%s\n", chosen_row.c_str());
   fputs((options.quiet ? ErrorLines(library_lines) : library_lines).c_str(), report);
   if (!ok) {
     fflush(report);
