@@ -18,6 +18,7 @@
 #include "mode_choice.h"
 #include "output_file.h"
 #include "readback.h"
+#include "text_escape.h"
 #include "utility.h"
 
 namespace edc_tool {
@@ -136,6 +137,9 @@ int RunCompose(const ComposeOptions &options) {
   if (!options.sink.empty()) {
     sink = ReadEdid(options.sink);
     if (!sink.error.empty()) return Refuse(DisplayName(options.sink), sink.error);
+    if (const std::string missing = MissingBlocks(sink.bytes); !missing.empty())
+      fprintf(stderr, "edid-composer: %s: %s\n", DisplayName(options.sink).c_str(),
+              missing.c_str());
   }
   if (!Readable(options.config, problem)) return Refuse(options.config, problem);
   if (config_store_load_file(options.config.c_str()) != 0)
@@ -155,7 +159,7 @@ int RunCompose(const ComposeOptions &options) {
   // With the EDID on standard output, everything else goes to standard error.
   FILE *report = to_stdout ? stderr : stdout;
   if (!options.quiet && !chosen_row.empty()) fprintf(report, "%s\n", chosen_row.c_str());
-  fputs((options.quiet ? ErrorLines(library_lines) : library_lines).c_str(), report);
+  fputs(EscapeControls(options.quiet ? ErrorLines(library_lines) : library_lines).c_str(), report);
   if (!ok) {
     fflush(report);
     return kExitLibraryFailed;
@@ -183,8 +187,8 @@ int RunCompose(const ComposeOptions &options) {
       to_stdout ? "Composed EDID" : "Composed EDID, written to " + options.output;
   const std::string dump = CaptureStdout(
       [&] { print_edid(composed.data(), kComposedSize, options.full ? 0 : 1, title.c_str()); });
-  fprintf(report, "%s\nPhysical address bytes at offset %u (0x%02x)\n", dump.c_str(), spa_offset,
-          spa_offset);
+  fprintf(report, "%s\nPhysical address bytes at offset %u (0x%02x)\n",
+          EscapeControls(dump).c_str(), spa_offset, spa_offset);
   return kExitOk;
 }
 

@@ -179,6 +179,16 @@ EdidInput ParseEdid(const std::vector<uint8_t> &contents) {
   return input;
 }
 
+std::string MissingBlocks(const std::vector<uint8_t> &bytes) {
+  constexpr size_t kExtensionCount = 0x7E;  // VESA E-EDID 1.3, base block byte 0x7E
+  if (bytes.size() < kBlockSize) return "";
+  const size_t announced = bytes[kExtensionCount], held = bytes.size() / kBlockSize - 1;
+  if (held >= announced) return "";
+  return "the base block announces " + std::to_string(announced) + " extension block" +
+         (announced == 1 ? "" : "s") + " but the file holds " +
+         (held == 0 ? std::string("none") : std::to_string(held)) + ": it is cut short";
+}
+
 EdidInput ReadEdid(const std::string &path) {
   const bool from_stdin = path == "-";
   FILE *file = from_stdin ? stdin : fopen(path.c_str(), "rb");

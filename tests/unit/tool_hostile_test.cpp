@@ -17,6 +17,7 @@ std::string Substituted(std::string text, const std::string &scratch) {
       {"$S", scratch},
       {"$C", EDC_EXAMPLES_DIR "/platform.toml"},
       {"$T", EDC_EXAMPLES_DIR "/sony-tv.bin"},
+      {"$E", EDC_TOOL_PATH},
   };
   for (const auto &[name, value] : names)
     for (size_t at; (at = text.find(name)) != std::string::npos;) text.replace(at, 2, value);
