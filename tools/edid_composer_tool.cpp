@@ -7,6 +7,7 @@
 #include <functional>
 #include <string>
 
+#include "check_config_command.h"
 #include "command.h"
 #include "compare_command.h"
 #include "compose_command.h"
@@ -41,6 +42,7 @@ int Run(int argc, char **argv) {
   DumpOptions dump;
   ComposeOptions compose;
   CompareOptions compare;
+  CheckConfigOptions check_config;
   const Command commands[] = {
       {"compose", "Compose the device's EDID from a television's EDID and a configuration",
        [&](CLI::App &c) { AddComposeOptions(c, compose); }, [&] { return RunCompose(compose); }},
@@ -48,6 +50,9 @@ int Run(int argc, char **argv) {
        [&](CLI::App &c) { AddCompareOptions(c, compare); }, [&] { return RunCompare(compare); }},
       {"dump", "Print an EDID as text or JSON", [&](CLI::App &c) { AddDumpOptions(c, dump); },
        [&] { return RunDump(dump); }},
+      {"check-config", "Check a platform configuration against the keys the library reads",
+       [&](CLI::App &c) { AddCheckConfigOptions(c, check_config); },
+       [&] { return RunCheckConfig(check_config); }},
   };
   // Building the parser costs more than a dump itself, so only the command
   // named is registered, with its options. Without one, every command is
@@ -56,8 +61,8 @@ int Run(int argc, char **argv) {
   const bool known = std::any_of(std::begin(commands), std::end(commands),
                                  [&](const Command &c) { return strcmp(named, c.name) == 0; });
   if (!known && named[0] != '\0')
-    return Refuse("usage",
-                  "\"" + std::string(named) + "\" is not a command: compose, compare or dump");
+    return Refuse("usage", "\"" + std::string(named) +
+                               "\" is not a command: compose, compare, dump or check-config");
   CLI::App *subcommands[std::size(commands)] = {};
   for (size_t i = 0; i < std::size(commands); ++i) {
     if (known && strcmp(named, commands[i].name) != 0) continue;
