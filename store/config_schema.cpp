@@ -16,6 +16,22 @@ constexpr size_t kStandardTimingSlots = 8;  // VESA E-EDID 1.3 base block bytes 
 
 }  // namespace
 
+const char *TypeName(Type type) {
+  switch (type) {
+    case Type::kInteger:
+      return "integer";
+    case Type::kString:
+      return "string";
+    case Type::kIntegerList:
+      return "array of integers";
+    case Type::kStringList:
+    case Type::kModeList:
+    case Type::kTimingList:
+      break;
+  }
+  return "array of strings";
+}
+
 const std::vector<KeyInfo> &Schema() {
   static const std::vector<KeyInfo> schema = {
       {"manufacturer_id", Type::kString, 3, 3, "three letters A to Z: the EDID's manufacturer"},
@@ -123,19 +139,10 @@ std::string Nearest(const std::string &path) {
 }
 
 std::string TypeText(const KeyInfo &key) {
-  switch (key.type) {
-    case Type::kInteger:
-      return "an integer from " + std::to_string(key.min) + " to " + std::to_string(key.max);
-    case Type::kString:
-      return "a string";
-    case Type::kIntegerList:
-      return "an array of integers";
-    case Type::kStringList:
-    case Type::kModeList:
-    case Type::kTimingList:
-      return "an array of strings";
-  }
-  return "";
+  const std::string name = TypeName(key.type);
+  const std::string article = name.starts_with("a") || name.starts_with("i") ? "an " : "a ";
+  if (key.type != Type::kInteger) return article + name;
+  return article + name + " from " + std::to_string(key.min) + " to " + std::to_string(key.max);
 }
 
 const char *KindText(Kind kind) {

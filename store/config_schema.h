@@ -22,6 +22,9 @@ struct KeyInfo {
   const char *meaning;
 };
 
+// "integer", "string", "array of integers" or "array of strings".
+const char *TypeName(Type type);
+
 // Every key, in the order the README's reference lists them.
 const std::vector<KeyInfo> &Schema();
 

@@ -2,10 +2,11 @@
 // them: the README's key reference lists exactly the schema's keys with
 // their type and range, examples/platform.toml sets every one of them, and
 // check-config finds nothing to say about it.
+#include "config_schema.h"
+
 #include <fstream>
 #include <sstream>
 
-#include "config_schema.h"
 #include "edc_test.h"
 
 using namespace edc_test;  // NOLINT: capture and tool helpers throughout
@@ -14,22 +15,6 @@ namespace {
 
 using edc_store::KeyInfo;
 using edc_store::Type;
-
-std::string TypeColumn(Type type) {
-  switch (type) {
-    case Type::kInteger:
-      return "integer";
-    case Type::kString:
-      return "string";
-    case Type::kIntegerList:
-      return "array of integers";
-    case Type::kStringList:
-    case Type::kModeList:
-    case Type::kTimingList:
-      return "array of strings";
-  }
-  return "";
-}
 
 std::string RangeColumn(const KeyInfo &key) {
   const std::string from_to = std::to_string(key.min) + " to " + std::to_string(key.max);
@@ -59,7 +44,7 @@ std::string FileText(const std::string &path) {
 TEST(ConfigSchema, ReadmeReferenceAndExampleAgreeWithTheSchema) {
   std::string expected;
   for (const KeyInfo &key : edc_store::Schema())
-    expected += "| `" + std::string(key.name) + "` | " + TypeColumn(key.type) + " | " +
+    expected += "| `" + std::string(key.name) + "` | " + edc_store::TypeName(key.type) + " | " +
                 RangeColumn(key) + " | " + key.meaning + " |\n";
   const std::string readme = FileText(EDC_EXAMPLES_DIR "/../README.md");
   const std::string begin = "|---|---|---|---|\n";
