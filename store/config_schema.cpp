@@ -11,7 +11,6 @@ const char kSchemaRoot[] = "platform.software.drivers.avcap.edid";
 
 namespace {
 
-constexpr int64_t kNoLimit = INT64_MAX;
 constexpr size_t kStandardTimingSlots = 8;  // VESA E-EDID 1.3 base block bytes 0x26..0x35
 
 }  // namespace
