@@ -41,7 +41,8 @@ TEST(ToolHostile, EachRunSaysWhatIsWrongAndLosesNothing) {
     fs::remove_all(scratch);
     fs::create_directories(scratch);
     const std::string in_scratch = "cd '" + scratch + "' && ";
-    if (!setup.empty()) RunCommand(in_scratch + Substituted(setup, scratch));
+    if (!setup.empty())
+      RunCommand(in_scratch + "{ " + Substituted(setup, scratch) + "; } 2>/dev/null");
     const auto result = RunTool(Substituted(row[2], scratch));
     EXPECT_EQ(std::to_string(result.status), row[3]);
     std::string first = FirstLine(result.err);
