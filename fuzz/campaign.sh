@@ -23,6 +23,8 @@ cmake --build "$build" -j"$(nproc)" --target "$target" >/dev/null
 corpus=$build/corpus/$target findings=$build/findings/$target logs=$build/logs/$target
 mkdir -p "$corpus" "$findings" "$logs"
 rm -f "$logs"/*.log
+dict=()
+[ -f "fuzz/$target.dict" ] && dict+=(-dict="$PWD/fuzz/$target.dict")
 seeds=()
 [ -d "fuzz/seeds/$target" ] && seeds+=("fuzz/seeds/$target")
 # Inputs no longer than real ones: an EDID of up to four blocks, a
@@ -50,7 +52,7 @@ esac
 
 (cd "$logs" && UBSAN_OPTIONS=halt_on_error=1 "../../fuzz/$target" -max_total_time="$seconds" \
    -jobs="$jobs" -workers="$jobs" -max_len="$max_len" -close_fd_mask=3 -print_final_stats=1 \
-   -artifact_prefix="$(realpath "../../findings/$target")/" \
+   -artifact_prefix="$(realpath "../../findings/$target")/" "${dict[@]}" \
    "$(realpath "../../corpus/$target")" "${seeds[@]/#/$OLDPWD/}" >/dev/null 2>&1) || true
 
 executions=$(cat "$logs"/*.log 2>/dev/null | sed -n 's/^stat::number_of_executed_units: //p' |

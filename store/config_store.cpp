@@ -20,6 +20,8 @@
 #include <utility>
 #include <vector>
 
+#include "config_schema.h"
+
 #define TOML_HEADER_ONLY 1
 #define TOML_EXCEPTIONS 0
 #define TOML_ENABLE_FORMATTERS 0
@@ -58,7 +60,7 @@ constexpr uint32_t kNoNode = 0;
 constexpr int64_t kIntMin = INT32_MIN;
 constexpr int64_t kIntMax = UINT32_MAX;  // kept as its 32-bit pattern above INT32_MAX
 
-enum class Kind { kTable, kArray, kInteger, kString, kOther };
+using edc_store::Kind;
 
 struct Node {
   std::string name;
@@ -67,6 +69,7 @@ struct Node {
   std::string text;     // kString
   uint32_t first_child = kNoNode;
   uint32_t next_sibling = kNoNode;
+  toml::source_position where{};  // of its key (an array element: of its value)
 };
 
 // Paths are hashed eight bytes at a time: every key of every composition
@@ -137,7 +140,7 @@ class Flattener {
     uint32_t previous = kNoNode;
     for (const Entry &entry : entries) {
       const std::string name(entry.key->str());
-      if (!add_node(parent, previous, parent_path, name, *entry.value)) return false;
+      if (!add_node(parent, previous, parent_path, name, *entry.value, entry.where)) return false;
     }
     return true;
   }
@@ -145,16 +148,19 @@ class Flattener {
   bool add_children(uint32_t parent, const std::string &parent_path, const toml::array &array) {
     uint32_t previous = kNoNode;
     for (size_t i = 0; i < array.size(); ++i) {
-      if (!add_node(parent, previous, parent_path, std::to_string(i), array[i])) return false;
+      if (!add_node(parent, previous, parent_path, std::to_string(i), array[i],
+                    array[i].source().begin))
+        return false;
     }
     return true;
   }
 
   // Appends one node as the next child of parent (after previous).
   bool add_node(uint32_t parent, uint32_t &previous, const std::string &parent_path,
-                const std::string &name, const toml::node &value) {
+                const std::string &name, const toml::node &value, toml::source_position where) {
     Node node;
     node.name = name;
+    node.where = where;
     if (value.is_table()) {
       node.kind = Kind::kTable;
     } else if (value.is_array()) {
@@ -201,7 +207,99 @@ void report(std::string_view source, const toml::source_position &where, std::st
           static_cast<int>(what.size()), what.data());
 }
 
-int32_t load(std::string_view text, std::string_view source) {
+// A configuration is a few kilobytes; the limits keep hostile text from
+// exhausting memory (a 100 MB file of keys) or the stack (toml++ and the
+// flattener recurse once a level).
+constexpr size_t kMaxText = 1u << 20;
+constexpr int kMaxDepth = 64;
+
+// The line and column (from 1) of text[at].
+toml::source_position position_of(std::string_view text, size_t at) {
+  toml::source_position where{1, 1};
+  for (size_t i = 0; i < at && i < text.size(); ++i) {
+    if (text[i] == '\n') {
+      ++where.line;
+      where.column = 1;
+    } else {
+      ++where.column;
+    }
+  }
+  return where;
+}
+
+// Where the text nests deeper than kMaxDepth, or npos. Outside strings and
+// comments, a level is an open '[' or '{' or a '.' of the key being read (a
+// dot in a number counts too; that only makes the bound stricter).
+size_t too_deep_at(std::string_view text) {
+  int brackets = 0, dots = 0;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (c == '"' || c == '\'') {  // "...", '...', """...""" or '''...'''
+      const size_t length = text.substr(i, 3) == std::string(3, c) ? 3 : 1;
+      const std::string_view quote = text.substr(i, length);
+      size_t end = i + length;
+      while (end < text.size() && text.substr(end, length) != quote) {
+        if (length == 1 && text[end] == '\n') break;
+        if (c == '"' && text[end] == '\\') ++end;
+        ++end;
+      }
+      const bool closed = end < text.size() && text.substr(end, length) == quote;
+      i = (closed ? end + length : std::min(end, text.size())) - 1;
+    } else if (c == '#') {
+      while (i + 1 < text.size() && text[i + 1] != '\n') ++i;
+    } else if (c == '[' || c == '{') {
+      ++brackets;
+    } else if (c == ']' || c == '}') {
+      brackets = std::max(brackets - 1, 0);
+    } else if (c == '.') {
+      ++dots;
+    } else if (c == '\n' || c == '=' || c == ',') {
+      dots = 0;
+    }
+    if (brackets + dots > kMaxDepth) return i;
+  }
+  return std::string_view::npos;
+}
+
+// The nodes below handle, depth first in file order, as the schema checks
+// them (the depth is bounded by kMaxDepth).
+void collect_entries(const Database &db, uint32_t handle, const std::string &path,
+                     std::vector<edc_store::Entry> &entries) {
+  for (uint32_t child = db.node(handle)->first_child; child != kNoNode;
+       child = db.node(child)->next_sibling) {
+    const Node &n = *db.node(child);
+    const std::string child_path = path.empty() ? n.name : path + "." + n.name;
+    uint32_t children = 0;
+    for (uint32_t c = n.first_child; c != kNoNode; c = db.node(c)->next_sibling) ++children;
+    entries.push_back(edc_store::Entry{child_path, n.name, n.kind, n.integer, n.text, n.where.line,
+                                       n.where.column, children});
+    collect_entries(db, child, child_path, entries);
+  }
+}
+
+// Writes "source:line:column: warning: what" for each finding of the schema
+// over the loaded database; returns how many.
+uint32_t warn(const Database &db, std::string_view source) {
+  std::vector<edc_store::Entry> entries;
+  collect_entries(db, 1u, "", entries);
+  const std::vector<std::string> findings = edc_store::SchemaFindings(entries);
+  for (const std::string &finding : findings)
+    fprintf(stderr, "%.*s:%s\n", static_cast<int>(source.size()), source.data(), finding.c_str());
+  return static_cast<uint32_t>(findings.size());
+}
+
+int32_t load(std::string_view text, std::string_view source, uint32_t *findings = nullptr) {
+  if (text.size() > kMaxText) {
+    report(source, position_of(text, kMaxText),
+           "the configuration is larger than 1 MiB; it is not read further");
+    return kFailed;
+  }
+  if (const size_t at = too_deep_at(text); at != std::string_view::npos) {
+    report(
+        source, position_of(text, at),
+        "tables, arrays and dotted keys nest deeper than " + std::to_string(kMaxDepth) + " levels");
+    return kFailed;
+  }
   toml::parse_result parsed = toml::parse(text, source);
   if (!parsed) {
     const toml::parse_error &error = parsed.error();
@@ -214,6 +312,7 @@ int32_t load(std::string_view text, std::string_view source) {
     report(source, flattener.error().where, flattener.error().what);
     return kFailed;
   }
+  if (findings != nullptr) *findings = warn(fresh, source);
   g_database = std::move(fresh);
   return kOk;
 }
@@ -246,11 +345,7 @@ const Node *find(uint32_t handle, const char *path) {
   return found == g_database.by_path.end() ? nullptr : g_database.node(found->second);
 }
 
-}  // namespace
-
-extern "C" {
-
-int32_t config_store_load_file(const char *path) {
+int32_t load_file(const char *path, uint32_t *findings) {
   if (path == nullptr) {
     report("<null>", toml::source_position{}, "no file name given");
     return kFailed;
@@ -263,7 +358,9 @@ int32_t config_store_load_file(const char *path) {
   std::string text;
   char chunk[4096];
   size_t got;
-  while ((got = fread(chunk, 1, sizeof chunk, file)) > 0) text.append(chunk, got);
+  // One byte past the limit is enough to refuse (--config /dev/zero).
+  while (text.size() <= kMaxText && (got = fread(chunk, 1, sizeof chunk, file)) > 0)
+    text.append(chunk, got);
   const bool failed = ferror(file) != 0;
   const int saved_errno = errno;
   fclose(file);
@@ -272,7 +369,23 @@ int32_t config_store_load_file(const char *path) {
            std::string("cannot read file: ") + strerror(saved_errno));
     return kFailed;
   }
-  return load(text, path);
+  return load(text, path, findings);
+}
+
+}  // namespace
+
+extern "C" {
+
+int32_t config_store_load_file(const char *path) {
+  uint32_t findings = 0;
+  return load_file(path, &findings);
+}
+
+int32_t config_store_check_file(const char *path, uint32_t *findings) {
+  uint32_t count = 0;
+  const int32_t result = load_file(path, &count);
+  if (findings != nullptr) *findings = count;
+  return result;
 }
 
 int32_t config_store_load_string(const char *text) {

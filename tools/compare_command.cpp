@@ -9,6 +9,7 @@
 #include "decoded_edid.h"
 #include "edid_input.h"
 #include "edid_json.h"
+#include "text_escape.h"
 #include "utility.h"
 
 namespace edc_tool {
@@ -242,7 +243,7 @@ int RunCompare(const CompareOptions &options) {
 
   const std::vector<CompareRow> rows = CompareRows(edids[0].record(), edids[1].record());
   if (!options.json) {
-    fputs(CompareText(rows, names[0], names[1]).c_str(), stdout);
+    fputs(EscapeControls(CompareText(rows, names[0], names[1])).c_str(), stdout);
     return kExitOk;
   }
   Json json_rows = Json::array();

@@ -15,6 +15,10 @@
 #include "edid_composer.h"
 #include "edid_input.h"
 #include "edid_output.h"
+#include "mode_choice.h"
+#include "output_file.h"
+#include "readback.h"
+#include "text_escape.h"
 #include "utility.h"
 
 namespace edc_tool {
@@ -115,15 +119,27 @@ int RunCompose(const ComposeOptions &options) {
   std::string option, problem;
   std::optional<ComposeSettings> settings = ParseComposeSettings(options.settings, option, problem);
   if (!settings) return Refuse(option, problem);
+  std::string chosen_row;
+  if (!ChooseModeRow(settings->cfg.hdmi_current_mode, chosen_row, problem))
+    return Refuse("--mode", problem);
   const bool to_stdout = options.output.empty();
   if (to_stdout && settings->format == OutputFormat::kBinary && isatty(STDOUT_FILENO))
     return Refuse("standard output",
                   "a binary EDID is not written to a terminal; use -o FILE or --format hex");
 
+  if (!to_stdout) {
+    problem =
+        OutputIsAnInput(options.output, {{"--config", options.config}, {"--sink", options.sink}});
+    if (!problem.empty()) return Refuse(options.output, problem);
+  }
+
   EdidInput sink;
   if (!options.sink.empty()) {
     sink = ReadEdid(options.sink);
     if (!sink.error.empty()) return Refuse(DisplayName(options.sink), sink.error);
+    if (const std::string missing = MissingBlocks(sink.bytes); !missing.empty())
+      fprintf(stderr, "edid-composer: %s: %s\n", DisplayName(options.sink).c_str(),
+              missing.c_str());
   }
   if (!Readable(options.config, problem)) return Refuse(options.config, problem);
   if (config_store_load_file(options.config.c_str()) != 0)
@@ -142,9 +158,14 @@ int RunCompose(const ComposeOptions &options) {
   debug_enable(false);
   // With the EDID on standard output, everything else goes to standard error.
   FILE *report = to_stdout ? stderr : stdout;
-  fputs((options.quiet ? ErrorLines(library_lines) : library_lines).c_str(), report);
+  if (!options.quiet && !chosen_row.empty()) fprintf(report, "%s\n", chosen_row.c_str());
+  fputs(EscapeControls(options.quiet ? ErrorLines(library_lines) : library_lines).c_str(), report);
   if (!ok) {
     fflush(report);
+    return kExitLibraryFailed;
+  }
+  if (const std::string unreadable = ReadBackProblem(composed); !unreadable.empty()) {
+    fprintf(stderr, "edid-composer: nothing written: %s\n", unreadable.c_str());
     return kExitLibraryFailed;
   }
 
@@ -157,7 +178,7 @@ int RunCompose(const ComposeOptions &options) {
     fflush(report);
     if (!WriteAll(STDOUT_FILENO, contents))
       return Refuse("standard output", std::string("cannot write: ") + strerror(errno));
-  } else if (!WriteFileAtomically(options.output, contents, problem)) {
+  } else if (!WriteOutput(options.output, contents, problem)) {
     return Refuse(options.output, problem);
   }
   if (options.quiet) return kExitOk;
@@ -166,8 +187,8 @@ int RunCompose(const ComposeOptions &options) {
       to_stdout ? "Composed EDID" : "Composed EDID, written to " + options.output;
   const std::string dump = CaptureStdout(
       [&] { print_edid(composed.data(), kComposedSize, options.full ? 0 : 1, title.c_str()); });
-  fprintf(report, "%s\nPhysical address bytes at offset %u (0x%02x)\n", dump.c_str(), spa_offset,
-          spa_offset);
+  fprintf(report, "%s\nPhysical address bytes at offset %u (0x%02x)\n",
+          EscapeControls(dump).c_str(), spa_offset, spa_offset);
   return kExitOk;
 }
 

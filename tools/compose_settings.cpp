@@ -103,9 +103,10 @@ bool ParseAudioMask(std::string_view text, uint32_t &mask, std::string &problem)
     mask = kAllAudio;
     return true;
   }
-  if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
+  if (text.size() >= 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
     if (ParseNumber(text.substr(2), mask, 16)) return true;
-    problem = Quoted(text) + " is not a 32-bit hexadecimal mask";
+    problem = Quoted(text) + (text.size() == 2 ? " has no hexadecimal digits after 0x"
+                                               : " is not a 32-bit hexadecimal mask");
     return false;
   }
   mask = 0;

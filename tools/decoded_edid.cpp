@@ -198,8 +198,10 @@ std::vector<uint32_t> HdmiVics(const edid_t &edid) {
 }
 
 std::string AddressText(const physical_address_t &address) {
-  return std::to_string(address.a) + "." + std::to_string(address.b) + "." +
-         std::to_string(address.c) + "." + std::to_string(address.d);
+  char text[16];
+  snprintf(text, sizeof text, "%x.%x.%x.%x", unsigned{address.a}, unsigned{address.b},
+           unsigned{address.c}, unsigned{address.d});
+  return text;
 }
 
 }  // namespace edc_tool

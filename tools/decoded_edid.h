@@ -72,7 +72,7 @@ std::vector<uint32_t> BitDepths(uint32_t bit_depths);
 // The HDMI VICs the record holds (at most the seven it has room for).
 std::vector<uint32_t> HdmiVics(const edid_t &edid);
 
-// "1.0.0.0"
+// "1.0.0.0", "4.f.0.0": a nibble a digit, in hex as HDMI and CEC write it.
 std::string AddressText(const physical_address_t &address);
 
 // A record field of char[14] or char[4] as text, up to its first NUL.

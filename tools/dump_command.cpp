@@ -9,6 +9,7 @@
 #include "edid_composer.h"
 #include "edid_input.h"
 #include "edid_json.h"
+#include "text_escape.h"
 #include "utility.h"
 
 namespace edc_tool {
@@ -129,6 +130,8 @@ int RunDump(const DumpOptions &options) {
   const std::string name = DisplayName(options.files[0]);
   const EdidInput input = ReadEdid(options.files[0]);
   if (!input.error.empty()) return Refuse(name, input.error);
+  if (const std::string missing = MissingBlocks(input.bytes); !missing.empty())
+    fprintf(stderr, "edid-composer: %s: %s\n", name.c_str(), missing.c_str());
   debug_enable(options.debug);
   DecodedEdid edid;
   std::string diagnostics;
@@ -139,14 +142,18 @@ int RunDump(const DumpOptions &options) {
     return decoded ? kExitOk : kExitLibraryFailed;
   }
   const std::string title = options.title.empty() ? name : options.title;
-  if (decoded) {
-    fputs(diagnostics.c_str(), stdout);
-    print_edid_struct(&edid.record(), options.summary ? 1 : 0, title.c_str());
-  } else {
-    // print_edid decodes again and says, in its own lines, which block failed.
-    print_edid(input.bytes.data(), static_cast<uint32_t>(input.bytes.size()),
-               options.summary ? 1 : 0, title.c_str());
-  }
+  // The library prints the names an EDID holds as they are: escaped here.
+  const std::string text = CaptureStdout([&] {
+    if (decoded) {
+      fputs(diagnostics.c_str(), stdout);
+      print_edid_struct(&edid.record(), options.summary ? 1 : 0, title.c_str());
+    } else {
+      // print_edid decodes again and says, in its own lines, which block failed.
+      print_edid(input.bytes.data(), static_cast<uint32_t>(input.bytes.size()),
+                 options.summary ? 1 : 0, title.c_str());
+    }
+  });
+  fputs(EscapeControls(text).c_str(), stdout);
   fflush(stdout);
   return decoded ? kExitOk : kExitLibraryFailed;
 }

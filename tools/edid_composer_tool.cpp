@@ -7,10 +7,12 @@
 #include <functional>
 #include <string>
 
+#include "check_config_command.h"
 #include "command.h"
 #include "compare_command.h"
 #include "compose_command.h"
 #include "dump_command.h"
+#include "output_file.h"
 #include "version.h"
 
 namespace {
@@ -30,9 +32,7 @@ const char *NamedCommand(int argc, char **argv) {
   return "";
 }
 
-}  // namespace
-
-int main(int argc, char **argv) {
+int Run(int argc, char **argv) {
   using namespace edc_tool;
   CLI::App app{"edid-composer: compose, compare and print HDMI EDIDs", "edid-composer"};
   app.set_version_flag("--version", std::string(gVersion),
@@ -42,6 +42,7 @@ int main(int argc, char **argv) {
   DumpOptions dump;
   ComposeOptions compose;
   CompareOptions compare;
+  CheckConfigOptions check_config;
   const Command commands[] = {
       {"compose", "Compose the device's EDID from a television's EDID and a configuration",
        [&](CLI::App &c) { AddComposeOptions(c, compose); }, [&] { return RunCompose(compose); }},
@@ -49,6 +50,9 @@ int main(int argc, char **argv) {
        [&](CLI::App &c) { AddCompareOptions(c, compare); }, [&] { return RunCompare(compare); }},
       {"dump", "Print an EDID as text or JSON", [&](CLI::App &c) { AddDumpOptions(c, dump); },
        [&] { return RunDump(dump); }},
+      {"check-config", "Check a platform configuration against the keys the library reads",
+       [&](CLI::App &c) { AddCheckConfigOptions(c, check_config); },
+       [&] { return RunCheckConfig(check_config); }},
   };
   // Building the parser costs more than a dump itself, so only the command
   // named is registered, with its options. Without one, every command is
@@ -57,8 +61,8 @@ int main(int argc, char **argv) {
   const bool known = std::any_of(std::begin(commands), std::end(commands),
                                  [&](const Command &c) { return strcmp(named, c.name) == 0; });
   if (!known && named[0] != '\0')
-    return Refuse("usage",
-                  "\"" + std::string(named) + "\" is not a command: compose, compare or dump");
+    return Refuse("usage", "\"" + std::string(named) +
+                               "\" is not a command: compose, compare, dump or check-config");
   CLI::App *subcommands[std::size(commands)] = {};
   for (size_t i = 0; i < std::size(commands); ++i) {
     if (known && strcmp(named, commands[i].name) != 0) continue;
@@ -78,4 +82,12 @@ int main(int argc, char **argv) {
     if (subcommands[i] != nullptr && subcommands[i]->parsed()) return commands[i].run();
   fputs(app.help().c_str(), stdout);
   return kExitOk;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  // Every command's output, --help and --version included, is checked once
+  // it is all written.
+  return edc_tool::FinishStandardOutput(Run(argc, argv));
 }

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -31,6 +32,19 @@ bool LooksBinary(const std::vector<uint8_t> &contents) {
   return false;
 }
 
+// Text saved by editors that mark their encoding: UTF-8's byte-order mark
+// is skipped; UTF-16 (a mark, or ASCII with a NUL byte after or before each
+// character) is named for what it is.
+constexpr uint8_t kUtf8Bom[3] = {0xEF, 0xBB, 0xBF};
+
+bool LooksUtf16(const std::vector<uint8_t> &contents) {
+  if (contents.size() < 4) return false;
+  const uint8_t a = contents[0], b = contents[1], c = contents[2], d = contents[3];
+  if ((a == 0xFF && b == 0xFE) || (a == 0xFE && b == 0xFF)) return true;
+  const auto ascii = [](uint8_t byte) { return byte != 0 && IsTextByte(byte); };
+  return (ascii(a) && b == 0 && ascii(c) && d == 0) || (a == 0 && ascii(b) && c == 0 && ascii(d));
+}
+
 int HexDigit(char c) {
   if (c >= '0' && c <= '9') return c - '0';
   if (c >= 'a' && c <= 'f') return c - 'a' + 10;
@@ -51,33 +65,43 @@ bool AppendToken(std::string_view token, std::vector<uint8_t> &out) {
   return true;
 }
 
-enum class LineKind { kBlank, kHex, kText };
+enum class LineKind { kBlank, kHex, kDamaged, kText };
 
-// Classifies one line; the bytes of a hex line are appended to out.
+bool IsSeparator(char c) {
+  return c == ' ' || c == '\t' || c == '\r' || c == ',' || c == '\f' || c == '\v';
+}
+
+// Classifies one line; the bytes of a hex line are appended to out. A line
+// holding an odd run of hex digits (a digit lost), or at least two bytes and
+// more bytes than other words (one mangled), is damaged; bad_token is the
+// first token that is not bytes.
 LineKind ReadLine(std::string_view line, std::vector<uint8_t> &out, std::string &bad_token) {
   std::vector<uint8_t> bytes;
-  size_t tokens = 0;
-  size_t i = 0;
-  while (i < line.size()) {
-    while (i < line.size() && (line[i] == ' ' || line[i] == '\t' || line[i] == '\r' ||
-                               line[i] == ',' || line[i] == '\f' || line[i] == '\v'))
-      ++i;
+  size_t tokens = 0, good = 0;
+  for (size_t i = 0; i < line.size();) {
+    while (i < line.size() && IsSeparator(line[i])) ++i;
     if (i == line.size()) break;
     size_t end = i;
-    while (end < line.size() && line[end] != ' ' && line[end] != '\t' && line[end] != '\r' &&
-           line[end] != ',' && line[end] != '\f' && line[end] != '\v')
-      ++end;
+    while (end < line.size() && !IsSeparator(line[end])) ++end;
     const std::string_view token = line.substr(i, end - i);
+    const bool is_bytes = AppendToken(token, bytes);
     ++tokens;
-    if (!AppendToken(token, bytes)) {
+    if (is_bytes)
+      ++good;
+    else if (bad_token.empty())
       bad_token = std::string(token);
-      return LineKind::kText;
-    }
     i = end;
   }
   if (tokens == 0) return LineKind::kBlank;
-  out.insert(out.end(), bytes.begin(), bytes.end());
-  return LineKind::kHex;
+  if (bad_token.empty()) {
+    out.insert(out.end(), bytes.begin(), bytes.end());
+    return LineKind::kHex;
+  }
+  std::string_view digits = bad_token;
+  if (digits.starts_with("0x") || digits.starts_with("0X")) digits.remove_prefix(2);
+  const bool odd_digits =
+      std::all_of(digits.begin(), digits.end(), [](char c) { return HexDigit(c) >= 0; });
+  return odd_digits || (good >= 2 && good * 2 >= tokens) ? LineKind::kDamaged : LineKind::kText;
 }
 
 std::string Quote(std::string_view text) {
@@ -109,7 +133,13 @@ EdidInput ParseHex(std::string_view text) {
     start = end + 1;
     std::string bad_token;
     const LineKind kind = ReadLine(line, input.bytes, bad_token);
-    if (kind != LineKind::kText) continue;
+    if (kind == LineKind::kBlank || kind == LineKind::kHex) continue;
+    if (kind == LineKind::kDamaged && !input.bytes.empty()) {
+      input.error = "line " + std::to_string(line_number) + ": " + Quote(bad_token) +
+                    " is not a whole byte; the hex line is damaged";
+      input.bytes.clear();
+      return input;
+    }
     if (!input.bytes.empty()) break;  // the decoded text that follows the hex dump
     if (IsHeaderLine(line)) continue;
     input.error = "line " + std::to_string(line_number) + ": " + Quote(bad_token) +
@@ -127,11 +157,18 @@ EdidInput ParseEdid(const std::vector<uint8_t> &contents) {
     input.error = "the input is empty";
     return input;
   }
-  if (LooksBinary(contents)) {
+  if (LooksUtf16(contents)) {
+    input.error = "the input is UTF-16 text; convert it first (iconv -f UTF-16 -t UTF-8)";
+    return input;
+  }
+  const bool bom =
+      contents.size() >= sizeof kUtf8Bom && memcmp(contents.data(), kUtf8Bom, sizeof kUtf8Bom) == 0;
+  std::string_view text(reinterpret_cast<const char *>(contents.data()), contents.size());
+  if (bom) text.remove_prefix(sizeof kUtf8Bom);
+  if (LooksBinary(contents) && !bom) {
     input.bytes = contents;
   } else {
-    input = ParseHex(
-        std::string_view(reinterpret_cast<const char *>(contents.data()), contents.size()));
+    input = ParseHex(text);
     if (!input.error.empty()) return input;
     if (input.bytes.empty()) {
       input.error = "no hexadecimal EDID data found";
@@ -144,6 +181,16 @@ EdidInput ParseEdid(const std::vector<uint8_t> &contents) {
     input.bytes.clear();
   }
   return input;
+}
+
+std::string MissingBlocks(const std::vector<uint8_t> &bytes) {
+  constexpr size_t kExtensionCount = 0x7E;  // VESA E-EDID 1.3, base block byte 0x7E
+  if (bytes.size() < kBlockSize) return "";
+  const size_t announced = bytes[kExtensionCount], held = bytes.size() / kBlockSize - 1;
+  if (held >= announced) return "";
+  return "the base block announces " + std::to_string(announced) + " extension block" +
+         (announced == 1 ? "" : "s") + " but the file holds " +
+         (held == 0 ? std::string("none") : std::to_string(held)) + ": it is cut short";
 }
 
 EdidInput ReadEdid(const std::string &path) {

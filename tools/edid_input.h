@@ -21,6 +21,11 @@ struct EdidInput {
 // (edid-decode's decoded section, a C array's closing brace).
 EdidInput ParseEdid(const std::vector<uint8_t> &contents);
 
+// When bytes hold fewer extension blocks than the base block announces
+// (byte 0x7E), says so ("the base block announces 1 extension block but the
+// file holds none: it is cut short"); "" otherwise.
+std::string MissingBlocks(const std::vector<uint8_t> &bytes);
+
 // Reads path ("-" for standard input) and parses it.
 EdidInput ReadEdid(const std::string &path);
 

@@ -1,6 +1,7 @@
 #include "edid_output.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -78,7 +79,31 @@ bool WriteAll(int fd, const std::string &contents) {
   return true;
 }
 
+namespace {
+
+// Holds back the signals that end the tool (Ctrl-C, kill, a closed terminal)
+// while it lives, so that a temporary file is always renamed or removed
+// before one of them takes effect.
+class SignalsHeld {
+ public:
+  SignalsHeld() {
+    sigset_t held;
+    sigemptyset(&held);
+    for (int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) sigaddset(&held, signal);
+    sigprocmask(SIG_BLOCK, &held, &previous_);
+  }
+  ~SignalsHeld() { sigprocmask(SIG_SETMASK, &previous_, nullptr); }
+  SignalsHeld(const SignalsHeld &) = delete;
+  SignalsHeld &operator=(const SignalsHeld &) = delete;
+
+ private:
+  sigset_t previous_;
+};
+
+}  // namespace
+
 bool WriteFileAtomically(const std::string &path, const std::string &contents, std::string &error) {
+  const SignalsHeld held;
   struct stat existing;
   const mode_t mode = stat(path.c_str(), &existing) == 0 ? existing.st_mode & 07777 : NewFileMode();
   std::string temporary = FolderOf(path) + ".edid-composer-XXXXXX";

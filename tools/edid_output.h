@@ -26,7 +26,8 @@ std::string Render(OutputFormat format, const std::vector<uint8_t> &bytes,
 // folder, written and flushed, then renamed over path. An existing file is
 // never left half-written and keeps its permissions; a new file gets 0666
 // less the umask. On failure returns false with the reason in error and
-// leaves path as it was.
+// leaves path as it was. The signals that end the tool wait until the
+// temporary file is renamed or removed.
 bool WriteFileAtomically(const std::string &path, const std::string &contents, std::string &error);
 
 // Writes all of contents to a file descriptor; false on a write error.

@@ -29,7 +29,7 @@ if [ "$expected" != "$exported" ]; then
   exit 1
 fi
 store_exported=$(nm -D --defined-only "$libdir/libedidcomposer-store.so" | awk 'NF==3 {print $3}' | sort -u | tr '\n' ' ')
-[ "$store_exported" = "config_get_int config_get_str config_node_find config_node_first_child config_node_get_int config_node_get_name config_node_get_str config_node_next_sibling config_store_clear config_store_load_file config_store_load_string " ] ||
+[ "$store_exported" = "config_get_int config_get_str config_node_find config_node_first_child config_node_get_int config_node_get_name config_node_get_str config_node_next_sibling config_store_check_file config_store_clear config_store_load_file config_store_load_string " ] ||
   { echo "store exports: $store_exported"; exit 1; }
 
 # A C11 program against the installed headers and shared libraries.
