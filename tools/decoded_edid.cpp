@@ -1,8 +1,5 @@
 #include "decoded_edid.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <cstdio>
 
 #include "edid_composer.h"
@@ -58,32 +55,6 @@ constexpr const char *kTypeName<detailed_timing_t> = "detailed_timing_t";
 
 }  // namespace
 
-// Standard output goes to an in-memory file while fn runs (memfd_create: no
-// file system work, which made every decode of a file cost milliseconds).
-std::string CaptureStdout(const std::function<void()> &fn) {
-  fflush(stdout);
-  const int sink = memfd_create("edid-composer-output", MFD_CLOEXEC);
-  const int saved = sink >= 0 ? dup(STDOUT_FILENO) : -1;
-  if (saved < 0 || dup2(sink, STDOUT_FILENO) < 0) {
-    // Nowhere to capture to: let the output through rather than lose it.
-    if (saved >= 0) close(saved);
-    if (sink >= 0) close(sink);
-    fn();
-    return "";
-  }
-  fn();
-  fflush(stdout);
-  dup2(saved, STDOUT_FILENO);
-  close(saved);
-  std::string text;
-  char chunk[4096];
-  lseek(sink, 0, SEEK_SET);
-  for (ssize_t got; (got = read(sink, chunk, sizeof chunk)) > 0;)
-    text.append(chunk, static_cast<size_t>(got));
-  close(sink);
-  return text;
-}
-
 DecodedEdid::DecodedEdid() : edid_{}, prepared_(edid_prepare(&edid_) != 0) {}
 
 DecodedEdid::~DecodedEdid() {
@@ -101,6 +72,18 @@ bool DecodedEdid::Decode(const std::vector<uint8_t> &bytes, std::string &diagnos
                                  static_cast<uint32_t>(bytes.size() - kBlockSize), &edid_) != 0;
   });
   return decoded;
+}
+
+std::string DumpText(DecodedEdid &edid, bool decoded, const std::string &diagnostics,
+                     const std::vector<uint8_t> &bytes, bool summary, const std::string &title) {
+  if (decoded)
+    return diagnostics + CaptureStdout([&] {
+             print_edid_struct(&edid.record(), summary ? 1 : 0, title.c_str());
+           });
+  // print_edid decodes again and says, in its own lines, which block failed.
+  return CaptureStdout([&] {
+    print_edid(bytes.data(), static_cast<uint32_t>(bytes.size()), summary ? 1 : 0, title.c_str());
+  });
 }
 
 template <typename T>

@@ -4,7 +4,6 @@
 
 #include "command.h"
 #include "decoded_edid.h"
-#include "edid_composer.h"
 #include "edid_input.h"
 #include "edid_json.h"
 #include "utility.h"
@@ -48,14 +47,7 @@ int RunDump(const DumpOptions &options) {
     return decoded ? kExitOk : kExitLibraryFailed;
   }
   const std::string title = options.title.empty() ? name : options.title;
-  if (decoded) {
-    fputs(diagnostics.c_str(), stdout);
-    print_edid_struct(&edid.record(), options.summary ? 1 : 0, title.c_str());
-  } else {
-    // print_edid decodes again and says, in its own lines, which block failed.
-    print_edid(input.bytes.data(), static_cast<uint32_t>(input.bytes.size()),
-               options.summary ? 1 : 0, title.c_str());
-  }
+  fputs(DumpText(edid, decoded, diagnostics, input.bytes, options.summary, title).c_str(), stdout);
   fflush(stdout);
   return decoded ? kExitOk : kExitLibraryFailed;
 }
