@@ -1,0 +1,196 @@
+// The EDID workbench (build/web/, from scripts/web.sh build) in the system's
+// headless Chromium, checked against the command-line tool's own output.
+//   EDC_TOOL   the edid-composer to compare with (default build/gcc/edid-composer)
+import { test, before, after } from 'node:test';
+import assert from 'node:assert/strict';
+import { spawn, execFileSync, spawnSync } from 'node:child_process';
+import { mkdtempSync, mkdirSync, readFileSync, writeFileSync, rmSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import path from 'node:path';
+import { fileURLToPath } from 'node:url';
+import { chromium } from 'playwright-core';
+
+const root = path.resolve(path.dirname(fileURLToPath(import.meta.url)), '../..');
+const pageDir = path.join(root, 'build/web');
+const shots = path.join(pageDir, 'screenshots');
+const examples = path.join(root, 'examples');
+const tool = process.env.EDC_TOOL || path.join(root, 'build/gcc/edid-composer');
+const scratch = mkdtempSync(path.join(tmpdir(), 'edc-web-test-'));
+
+let server, browser, page;
+
+// The tool, run in examples/ so that the file names it prints match the page's.
+function runTool(args) {
+  return spawnSync(tool, args, { cwd: examples, encoding: 'buffer' });
+}
+
+// python3's static server on a port the system picks; resolves to its address.
+function startServer() {
+  return new Promise((resolve, reject) => {
+    server = spawn('python3', ['-u', '-m', 'http.server', '0', '--bind', '127.0.0.1', '--directory', pageDir],
+      { stdio: ['ignore', 'pipe', 'pipe'] });
+    const timer = setTimeout(() => reject(new Error('the static server did not start')), 10000);
+    server.stdout.on('data', (data) => {
+      const found = /port (\d+)/.exec(String(data));
+      if (found) {
+        clearTimeout(timer);
+        resolve(`http://127.0.0.1:${found[1]}/`);
+      }
+    });
+    server.on('exit', (code) => reject(new Error(`the static server exited with ${code}`)));
+  });
+}
+
+async function screen(name) {
+  await page.getByRole('button', { name: new RegExp(`^\\d\\. ${name}$`, 'i') }).click();
+}
+
+async function loadExample(name) {
+  await screen('Television');
+  await page.selectOption('#example-edid', name);
+  await page.click('#load-example');
+  await page.waitForFunction((n) => document.getElementById('television-message').textContent.startsWith(n + ':'), name);
+}
+
+async function composeWith(configName) {
+  await screen('Compose');
+  await page.selectOption('#example-config', configName);
+  await page.click('#load-config');
+  await page.waitForFunction((n) => window.edcWorkbench.state.configName === n, configName);
+  await page.click('#compose-button');
+}
+
+async function downloaded(button) {
+  const [download] = await Promise.all([page.waitForEvent('download'), page.click(button)]);
+  const file = path.join(scratch, download.suggestedFilename());
+  await download.saveAs(file);
+  return readFileSync(file);
+}
+
+before(async () => {
+  mkdirSync(shots, { recursive: true });
+  const address = await startServer();
+  browser = await chromium.launch({
+    executablePath: '/usr/bin/chromium',
+    headless: true,
+    timeout: 30000,
+    args: ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run', '--disable-background-networking',
+      '--disable-component-update', '--disable-sync'],
+  });
+  const context = await browser.newContext({ acceptDownloads: true, viewport: { width: 1280, height: 900 } });
+  page = await context.newPage();
+  page.setDefaultTimeout(15000);
+  page.on('pageerror', (error) => { throw error; });
+  await page.goto(address);
+  await page.waitForSelector('body[data-ready="true"]');
+});
+
+after(async () => {
+  if (browser) await browser.close();
+  if (server) server.kill();
+  rmSync(scratch, { recursive: true, force: true });
+});
+
+test('the bundled television loads and its summary is the one dump --summary prints', async () => {
+  await loadExample('sony-tv.bin');
+  const expected = execFileSync(tool, ['dump', '--summary', 'sony-tv.bin'], { cwd: examples, encoding: 'latin1' });
+  assert.equal(await page.textContent('#television-summary'), expected);
+  assert.match(await page.textContent('#television-json'), /"monitor_name": "SONY TV"/);
+  await page.screenshot({ path: path.join(shots, 'television.png'), fullPage: true });
+});
+
+test('composing with platform.toml gives the bytes of compose, in every form', async () => {
+  await loadExample('sony-tv.bin');
+  await composeWith('platform.toml');
+  await page.waitForSelector('#result-view:not([hidden])');
+  const forms = [['#download-bin', 'bin'], ['#download-hex', 'hex'], ['#download-carray', 'carray']];
+  for (const [button, format] of forms) {
+    const out = path.join(scratch, 'tool.' + format);
+    const run = runTool(['compose', '--config', 'platform.toml', '--sink', 'sony-tv.bin', '--format', format, '-o', out]);
+    assert.equal(run.status, 0, String(run.stderr));
+    assert.deepEqual(await downloaded(button), readFileSync(out), format);
+  }
+  assert.equal((await downloaded('#download-bin')).length, 256);
+  // The comparison table marks what the composition changed.
+  assert.ok(await page.locator('#compare tbody tr').count() > 10);
+  assert.ok(await page.locator('#compare tr.differs, #compare tr.only_a, #compare tr.only_b').count() > 0);
+  await page.screenshot({ path: path.join(shots, 'result.png'), fullPage: true });
+  await screen('Compose');
+  await page.screenshot({ path: path.join(shots, 'compose.png'), fullPage: true });
+
+  // Time to compose for the bundled television, in the page.
+  const runs = 200;
+  const times = await page.evaluate((n) => {
+    const { call, state } = window.edcWorkbench;
+    const tv = state.television.bytes;
+    const config = document.getElementById('config-text').value;
+    const times = [];
+    for (let i = 0; i < n; ++i) {
+      const start = performance.now();
+      call('edc_web_compose', config, '1920x1080p60', '0', 'sink', '0,0,0,0', 'all', 0, tv, tv.length, 'tv', 'cfg');
+      times.push(performance.now() - start);
+    }
+    return times.sort((a, b) => a - b);
+  }, runs);
+  console.log(`compose in the page (sony-tv.bin, platform.toml): median ${times[runs / 2].toFixed(2)} ms, ` +
+    `fastest ${times[0].toFixed(2)} ms over ${runs} runs (parse, compose, dumps, JSON, comparison)`);
+});
+
+test('a broken configuration shows its line and column and composes nothing', async () => {
+  await loadExample('sony-tv.bin');
+  await composeWith('platform.toml');
+  await page.waitForSelector('#result-view:not([hidden])');
+  const good = readFileSync(path.join(examples, 'platform.toml'), 'utf8');
+  const lines = good.split('\n');
+  lines.splice(20, 0, 'broken = = 1');
+  const broken = lines.join('\n');
+  const file = path.join(scratch, 'broken.toml');
+  writeFileSync(file, broken);
+  const run = runTool(['compose', '--config', file, '--sink', 'sony-tv.bin', '--format', 'hex']);
+  assert.equal(run.status, 2);
+  const [, line, column, what] = /:(\d+):(\d+): (.*)\n/.exec(String(run.stderr));
+  assert.equal(line, '21');
+
+  await screen('Compose');
+  await page.fill('#config-text', broken);
+  await page.click('#compose-button');
+  await page.waitForFunction(() => document.getElementById('config-error').textContent !== '');
+  const message = await page.textContent('#config-error');
+  assert.ok(message.includes(`line ${line}, column ${column}: ${what}`), message);
+  assert.equal(await page.isHidden('#result-view'), true);
+  assert.equal(await page.evaluate(() => window.edcWorkbench.state.composed), null);
+  await page.screenshot({ path: path.join(shots, 'config-error.png'), fullPage: true });
+});
+
+test('garbage and empty files give a clear message and the page goes on working', async () => {
+  await loadExample('sony-tv.bin');
+  await screen('Television');
+  const cases = [
+    ['empty.bin', Buffer.alloc(0), 'empty.bin: the input is empty'],
+    ['garbage.bin', Buffer.from(Array.from({ length: 300 }, (_, i) => (i * 37 + 11) & 0xff)),
+      'garbage.bin: 300 bytes of EDID data, which is not a multiple of 128'],
+    ['notes.txt', Buffer.from('hello, this is not an EDID\n'), 'notes.txt: line 1: "hello" is not hexadecimal EDID data'],
+  ];
+  for (const [name, buffer, expected] of cases) {
+    await page.setInputFiles('#edid-file', { name, mimeType: 'application/octet-stream', buffer });
+    await page.waitForFunction((n) => document.getElementById('television-message').textContent.startsWith(n), name);
+    const message = await page.textContent('#television-message');
+    assert.ok(message.startsWith(expected), message);
+  }
+  await page.screenshot({ path: path.join(shots, 'garbage.png'), fullPage: true });
+
+  // 128 bytes of garbage reach the library, which says why it cannot decode them.
+  const block = Buffer.from(Array.from({ length: 128 }, (_, i) => (i * 91 + 7) & 0xff));
+  await page.setInputFiles('#edid-file', { name: 'block.bin', mimeType: 'application/octet-stream', buffer: block });
+  await page.waitForFunction(() => document.getElementById('television-message').textContent.startsWith('block.bin'));
+  assert.ok(await page.locator('#television-lines li.error').count() > 0);
+
+  // And the page still works: the pasted hex of a bundled television decodes.
+  const hex = execFileSync(tool, ['compose', '--config', 'platform.toml', '--sink', 'sony-tv.bin', '--format', 'hex', '--quiet'],
+    { cwd: examples, encoding: 'latin1' });
+  await page.fill('#edid-text', 'edid-decode (hex):\n\n' + hex + '\n----------------\n');
+  await page.click('#read-text');
+  await page.waitForFunction(() => document.getElementById('television-message').textContent.startsWith('pasted text: 256 bytes, decoded'));
+  await loadExample('sony-tv.bin');
+  assert.match(await page.textContent('#television-summary'), /SONY TV/);
+});
