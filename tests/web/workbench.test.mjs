@@ -17,7 +17,8 @@ const examples = path.join(root, 'examples');
 const tool = process.env.EDC_TOOL || path.join(root, 'build/gcc/edid-composer');
 const scratch = mkdtempSync(path.join(tmpdir(), 'edc-web-test-'));
 
-let server, browser, page;
+let server, browser, context, page;
+const pageErrors = [];
 
 // The tool, run in examples/ so that the file names it prints match the page's.
 function runTool(args) {
@@ -77,10 +78,10 @@ before(async () => {
     args: ['--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run', '--disable-background-networking',
       '--disable-component-update', '--disable-sync'],
   });
-  const context = await browser.newContext({ acceptDownloads: true, viewport: { width: 1280, height: 900 } });
+  context = await browser.newContext({ acceptDownloads: true, viewport: { width: 1280, height: 900 } });
   page = await context.newPage();
   page.setDefaultTimeout(15000);
-  page.on('pageerror', (error) => { throw error; });
+  page.on('pageerror', (error) => pageErrors.push(String(error)));
   await page.goto(address);
   await page.waitForSelector('body[data-ready="true"]');
 });
@@ -91,15 +92,21 @@ after(async () => {
   rmSync(scratch, { recursive: true, force: true });
 });
 
-test('the bundled television loads and its summary is the one dump --summary prints', async () => {
-  await loadExample('sony-tv.bin');
+test('the bundled television loads and its summary is the one dump --summary prints', { timeout: 60000 }, async () => {
+  // By keyboard: the example list, then the button after it.
+  await page.selectOption('#example-edid', 'sony-tv.bin');
+  await page.focus('#example-edid');
+  await page.keyboard.press('Tab');
+  assert.equal(await page.evaluate(() => document.activeElement.id), 'load-example');
+  await page.keyboard.press('Enter');
+  await page.waitForFunction(() => document.getElementById('television-message').textContent.startsWith('sony-tv.bin:'));
   const expected = execFileSync(tool, ['dump', '--summary', 'sony-tv.bin'], { cwd: examples, encoding: 'latin1' });
   assert.equal(await page.textContent('#television-summary'), expected);
   assert.match(await page.textContent('#television-json'), /"monitor_name": "SONY TV"/);
   await page.screenshot({ path: path.join(shots, 'television.png'), fullPage: true });
 });
 
-test('composing with platform.toml gives the bytes of compose, in every form', async () => {
+test('composing with platform.toml gives the bytes of compose, in every form', { timeout: 60000 }, async () => {
   await loadExample('sony-tv.bin');
   await composeWith('platform.toml');
   await page.waitForSelector('#result-view:not([hidden])');
@@ -115,6 +122,7 @@ test('composing with platform.toml gives the bytes of compose, in every form', a
   assert.ok(await page.locator('#compare tbody tr').count() > 10);
   assert.ok(await page.locator('#compare tr.differs, #compare tr.only_a, #compare tr.only_b').count() > 0);
   await page.screenshot({ path: path.join(shots, 'result.png'), fullPage: true });
+  await page.screenshot({ path: path.join(shots, 'workbench.png') });
   await screen('Compose');
   await page.screenshot({ path: path.join(shots, 'compose.png'), fullPage: true });
 
@@ -136,7 +144,7 @@ test('composing with platform.toml gives the bytes of compose, in every form', a
     `fastest ${times[0].toFixed(2)} ms over ${runs} runs (parse, compose, dumps, JSON, comparison)`);
 });
 
-test('a broken configuration shows its line and column and composes nothing', async () => {
+test('a broken configuration shows its line and column and composes nothing', { timeout: 60000 }, async () => {
   await loadExample('sony-tv.bin');
   await composeWith('platform.toml');
   await page.waitForSelector('#result-view:not([hidden])');
@@ -162,7 +170,7 @@ test('a broken configuration shows its line and column and composes nothing', as
   await page.screenshot({ path: path.join(shots, 'config-error.png'), fullPage: true });
 });
 
-test('garbage and empty files give a clear message and the page goes on working', async () => {
+test('garbage and empty files give a clear message and the page goes on working', { timeout: 60000 }, async () => {
   await loadExample('sony-tv.bin');
   await screen('Television');
   const cases = [
@@ -193,4 +201,21 @@ test('garbage and empty files give a clear message and the page goes on working'
   await page.waitForFunction(() => document.getElementById('television-message').textContent.startsWith('pasted text: 256 bytes, decoded'));
   await loadExample('sony-tv.bin');
   assert.match(await page.textContent('#television-summary'), /SONY TV/);
+});
+
+test('once loaded, the page works offline', { timeout: 60000 }, async () => {
+  await page.evaluate(() => navigator.serviceWorker.ready);
+  await page.reload();  // under the service worker's control from here
+  await page.waitForSelector('body[data-ready="true"]');
+  await context.setOffline(true);
+  try {
+    await page.reload();
+    await page.waitForSelector('body[data-ready="true"]');
+    await loadExample('uhd-tv-4k.bin');
+    await composeWith('platform-minimal.toml');
+    await page.waitForSelector('#result-view:not([hidden])');
+  } finally {
+    await context.setOffline(false);
+  }
+  assert.deepEqual(pageErrors, []);
 });
