@@ -215,7 +215,7 @@ function showResult(result) {
     tr.cells[0].title = row.status.replace('_a', ' in the television').replace('_b', ' in the result');
     body.append(tr);
   }
-  $('compare').hidden = !result.rows;
+  $('compare-section').hidden = !result.rows;
 }
 
 // ---------------------------------------------------------------------------
