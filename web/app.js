@@ -84,8 +84,10 @@ function showLines(list, text) {
   }
 }
 
+// The texts of a decoded EDID. The result screen's list holds the lines of
+// composing instead; those of decoding the result lead its summary.
 function showDescription(prefix, description) {
-  showLines($(prefix + '-lines'), description.lines);
+  if (prefix === 'television') showLines($('television-lines'), description.lines);
   $(prefix + '-summary').textContent = description.summary;
   $(prefix + '-full').textContent = description.full;
   $(prefix + '-json').textContent = description.json || '(not decoded)';
@@ -116,6 +118,7 @@ function loadTelevision(contents, name) {
   showDescription('television', description);
   $('television-view').hidden = false;
   $('compose-source').textContent = `Television: ${name}`;
+  $('forget-television').hidden = false;
   setStatus(`Loaded ${name}.`);
 }
 
@@ -280,6 +283,14 @@ function wire() {
     zone.classList.remove('over');
     const [file] = event.dataTransfer.files;
     if (file) loadFile(file);
+  });
+  $('forget-television').addEventListener('click', () => {
+    state.television = null;
+    $('television-view').hidden = true;
+    $('forget-television').hidden = true;
+    $('television-message').textContent = '';
+    $('compose-source').textContent = 'No television loaded: composing uses the configuration alone.';
+    setStatus('No television loaded.');
   });
   $('read-text').addEventListener('click', () =>
     loadTelevision(new TextEncoder().encode($('edid-text').value), 'pasted text'));

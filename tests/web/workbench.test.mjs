@@ -203,6 +203,48 @@ test('garbage and empty files give a clear message and the page goes on working'
   assert.match(await page.textContent('#television-summary'), /SONY TV/);
 });
 
+test('settings are read as compose reads its options, and a configuration alone composes', { timeout: 60000 }, async () => {
+  await loadExample('sony-tv.bin');
+  const refused = [['#mode', '1920x1080', '--mode'], ['#port', '15', '--port'], ['#latency', '0,0,0', '--latency'],
+    ['#audio-mask', 'pcm,opus', '--audio-mask']];
+  for (const [field, value, option] of refused) {
+    await screen('Compose');
+    const before = await page.inputValue(field);
+    await page.fill(field, value);
+    await page.click('#compose-button');
+    const run = runTool(['compose', '--config', 'platform.toml', '--sink', 'sony-tv.bin', '--format', 'hex', option, value]);
+    assert.equal(run.status, 2);
+    const expected = String(run.stderr).replace(/^edid-composer: /, '').trimEnd();
+    assert.equal(await page.textContent('#settings-error'), expected);
+    assert.equal(await page.evaluate(() => window.edcWorkbench.state.composed), null);
+    await page.fill(field, before);
+  }
+
+  await screen('Television');
+  await page.click('#forget-television');
+  await screen('Compose');
+  await page.fill('#mode', '1280x720p50');
+  await page.selectOption('#setting-3d', 'off');
+  await page.fill('#latency', '10,20,30,40');
+  await page.fill('#audio-mask', 'pcm,ac3');
+  await composeWith('platform-minimal.toml');
+  await page.waitForSelector('#result-view:not([hidden])');
+  const out = path.join(scratch, 'alone.bin');
+  const run = runTool(['compose', '--config', 'platform-minimal.toml', '--mode', '1280x720p50', '--3d', 'off',
+    '--latency', '10,20,30,40', '--audio-mask', 'pcm,ac3', '-o', out]);
+  assert.equal(run.status, 0, String(run.stderr));
+  assert.deepEqual(await downloaded('#download-bin'), readFileSync(out));
+  assert.equal(await page.isHidden('#compare-section'), true);
+  // The minimal configuration leaves keys out: the library's warnings are listed as such.
+  assert.ok(await page.locator('#result-lines li.warning').count() > 0);
+  assert.ok(await page.locator('#result-lines li.error').count() > 0);
+  await screen('Compose');
+  await page.fill('#mode', '1920x1080p60');
+  await page.selectOption('#setting-3d', 'sink');
+  await page.fill('#latency', '0,0,0,0');
+  await page.fill('#audio-mask', 'all');
+});
+
 test('once loaded, the page works offline', { timeout: 60000 }, async () => {
   await page.evaluate(() => navigator.serviceWorker.ready);
   await page.reload();  // under the service worker's control from here
