@@ -193,12 +193,38 @@ test('garbage and empty files give a clear message and the page goes on working'
   await page.waitForFunction(() => document.getElementById('television-message').textContent.startsWith('block.bin'));
   assert.ok(await page.locator('#television-lines li.error').count() > 0);
 
-  // And the page still works: the pasted hex of a bundled television decodes.
-  const hex = execFileSync(tool, ['compose', '--config', 'platform.toml', '--sink', 'sony-tv.bin', '--format', 'hex', '--quiet'],
+  // And the page still works: the television pasted in each text form decodes as
+  // the file does.
+  const bytes = readFileSync(path.join(examples, 'sony-tv.bin'));
+  const hex = bytes.toString('hex');
+  const pasted = {
+    'edid-decode report': spawnSync('edid-decode', ['sony-tv.bin'], { cwd: examples, encoding: 'latin1' }).stdout,
+    'xxd -p': hex.match(/.{1,60}/g).join('\n') + '\n',
+    'C array': 'const unsigned char edid[256] = {\n' +
+      hex.match(/../g).map((byte) => '0x' + byte).join(', ') + '\n};\n',
+  };
+  const summary = execFileSync(tool, ['dump', '--summary', '--title', 'pasted text', 'sony-tv.bin'],
     { cwd: examples, encoding: 'latin1' });
-  await page.fill('#edid-text', 'edid-decode (hex):\n\n' + hex + '\n----------------\n');
-  await page.click('#read-text');
-  await page.waitForFunction(() => document.getElementById('television-message').textContent.startsWith('pasted text: 256 bytes, decoded'));
+  for (const [form, text] of Object.entries(pasted)) {
+    await page.fill('#edid-text', '');
+    await page.click('#forget-television');
+    await page.fill('#edid-text', text);
+    await page.click('#read-text');
+    await page.waitForFunction(() => document.getElementById('television-message').textContent !== '');
+    assert.equal(await page.textContent('#television-message'), 'pasted text: 256 bytes, decoded.', form);
+    assert.equal(await page.textContent('#television-summary'), summary, form);
+  }
+
+  // A file dropped on the file field.
+  const dropped = await page.evaluateHandle(async () => {
+    const transfer = new DataTransfer();
+    const contents = await (await fetch('examples/uhd-tv-4k.bin')).arrayBuffer();
+    transfer.items.add(new File([contents], 'dropped-uhd.bin'));
+    return transfer;
+  });
+  await page.dispatchEvent('#drop-zone', 'drop', { dataTransfer: dropped });
+  await page.waitForFunction(() => document.getElementById('television-message').textContent.startsWith('dropped-uhd.bin'));
+  assert.equal(await page.textContent('#television-message'), 'dropped-uhd.bin: 256 bytes, decoded.');
   await loadExample('sony-tv.bin');
   assert.match(await page.textContent('#television-summary'), /SONY TV/);
 });
