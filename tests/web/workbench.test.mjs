@@ -14,7 +14,7 @@ const root = path.resolve(path.dirname(fileURLToPath(import.meta.url)), '../..')
 const pageDir = path.join(root, 'build/web');
 const shots = path.join(pageDir, 'screenshots');
 const examples = path.join(root, 'examples');
-const tool = process.env.EDC_TOOL || path.join(root, 'build/gcc/edid-composer');
+const tool = process.env.EDC_TOOL ? path.resolve(process.env.EDC_TOOL) : path.join(root, 'build/gcc/edid-composer');
 const scratch = mkdtempSync(path.join(tmpdir(), 'edc-web-test-'));
 
 let server, browser, context, page;
