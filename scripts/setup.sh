@@ -7,7 +7,10 @@ set -euo pipefail
 packages=(make pkg-config libtomlplusplus-dev libcli11-dev nlohmann-json3-dev)
 if [ "${1:-}" = "--test" ]; then
   packages+=(libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev llvm
-             edid-decode valgrind)
+             edid-decode valgrind emscripten chromium nodejs)
+  # Debian's nodejs comes without npm; a Node.js from elsewhere (such as
+  # NodeSource's package) has its own, which Debian's npm would conflict with.
+  command -v npm >/dev/null || packages+=(npm)
 fi
 
 missing=()

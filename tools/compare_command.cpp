@@ -208,6 +208,16 @@ std::string CompareText(const std::vector<CompareRow> &rows, const std::string &
          " only in A, > " + count(RowStatus::kOnlyB) + " only in B\n";
 }
 
+Json RowsJson(const std::vector<CompareRow> &rows) {
+  Json json_rows = Json::array();
+  for (const CompareRow &row : rows)
+    json_rows.push_back({{"capability", row.capability},
+                         {"a", row.a ? Json(*row.a) : Json(nullptr)},
+                         {"b", row.b ? Json(*row.b) : Json(nullptr)},
+                         {"status", StatusName(row.Status())}});
+  return json_rows;
+}
+
 void AddCompareOptions(CLI::App &command, CompareOptions &options) {
   command.add_option("A", options.a, "The first EDID (any form dump reads; - for standard input)")
       ->required()
@@ -246,15 +256,9 @@ int RunCompare(const CompareOptions &options) {
     fputs(EscapeControls(CompareText(rows, names[0], names[1])).c_str(), stdout);
     return kExitOk;
   }
-  Json json_rows = Json::array();
-  for (const CompareRow &row : rows)
-    json_rows.push_back({{"capability", row.capability},
-                         {"a", row.a ? Json(*row.a) : Json(nullptr)},
-                         {"b", row.b ? Json(*row.b) : Json(nullptr)},
-                         {"status", StatusName(row.Status())}});
   const Json document = {{"a", {{"file", names[0]}, {"edid", EdidJson(edids[0].record())}}},
                          {"b", {{"file", names[1]}, {"edid", EdidJson(edids[1].record())}}},
-                         {"rows", json_rows}};
+                         {"rows", RowsJson(rows)}};
   fputs(JsonText(document).c_str(), stdout);
   return kExitOk;
 }

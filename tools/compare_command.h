@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "edid_decode_encode.h"
+#include "edid_json.h"
 
 namespace edc_tool {
 
@@ -44,5 +45,9 @@ std::vector<CompareRow> CompareRows(const edid_t &a, const edid_t &b);
 // The table as text, with names for the two columns.
 std::string CompareText(const std::vector<CompareRow> &rows, const std::string &name_a,
                         const std::string &name_b);
+
+// The rows as compare --json writes them: capability, a, b (null where
+// absent) and status.
+Json RowsJson(const std::vector<CompareRow> &rows);
 
 }  // namespace edc_tool

@@ -25,8 +25,6 @@ namespace edc_tool {
 
 namespace {
 
-constexpr uint32_t kComposedSize = 256;
-
 // The library's error and bug lines among its output ("file:line:func() ERROR: ...").
 std::string ErrorLines(const std::string &text) {
   std::string errors;
@@ -145,17 +143,11 @@ int RunCompose(const ComposeOptions &options) {
   if (config_store_load_file(options.config.c_str()) != 0)
     return kExitUnusableInput;  // the store has printed file:line:column: what
 
-  debug_enable(options.debug);
-  std::vector<uint8_t> composed(kComposedSize);
+  std::vector<uint8_t> composed;
   uint8_t spa_offset = 0;
-  settings->cfg.spa_offset = &spa_offset;
-  bool ok = false;
-  const std::string library_lines = CaptureStdout([&] {
-    ok = compose_edid(sink.bytes.empty() ? nullptr : sink.bytes.data(),
-                      static_cast<int32_t>(sink.bytes.size()), composed.data(), kComposedSize,
-                      &settings->cfg);
-  });
-  debug_enable(false);
+  std::string library_lines;
+  const bool ok =
+      ComposeEdid(sink.bytes, settings->cfg, options.debug, composed, spa_offset, library_lines);
   // With the EDID on standard output, everything else goes to standard error.
   FILE *report = to_stdout ? stderr : stdout;
   if (!options.quiet && !chosen_row.empty()) fprintf(report, "%s\n", chosen_row.c_str());

@@ -4,6 +4,8 @@
 #include <string_view>
 #include <vector>
 
+#include "decoded_edid.h"
+
 namespace edc_tool {
 
 namespace {
@@ -168,6 +170,21 @@ std::optional<ComposeSettings> ParseComposeSettings(const ComposeSettingsText &t
     return refuse("--format", Quoted(text.format) + " is not bin, hex or carray");
   settings.format = format->format;
   return settings;
+}
+
+bool ComposeEdid(const std::vector<uint8_t> &sink, composer_cfg_t cfg, bool debug,
+                 std::vector<uint8_t> &composed, uint8_t &spa_offset, std::string &library_lines) {
+  debug_enable(debug);
+  composed.assign(kComposedSize, 0);
+  spa_offset = 0;
+  cfg.spa_offset = &spa_offset;
+  bool ok = false;
+  library_lines = CaptureStdout([&] {
+    ok = compose_edid(sink.empty() ? nullptr : sink.data(), static_cast<int32_t>(sink.size()),
+                      composed.data(), kComposedSize, &cfg);
+  });
+  debug_enable(false);
+  return ok;
 }
 
 }  // namespace edc_tool

@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "edid_composer.h"
 #include "edid_output.h"
@@ -32,6 +33,16 @@ struct ComposeSettings {
 // (such as 1920x1080p60)").
 std::optional<ComposeSettings> ParseComposeSettings(const ComposeSettingsText &text,
                                                     std::string &option, std::string &problem);
+
+// The size of a composed EDID: block 0 and one CTA-861 extension.
+constexpr uint32_t kComposedSize = 256;
+
+// Composes from the television's EDID (empty: from the configuration
+// alone) and the configuration already loaded in the store. The library's
+// lines, traces included when debug is set, go to library_lines; composed
+// receives kComposedSize bytes and spa_offset where the physical address lies.
+bool ComposeEdid(const std::vector<uint8_t> &sink, composer_cfg_t cfg, bool debug,
+                 std::vector<uint8_t> &composed, uint8_t &spa_offset, std::string &library_lines);
 
 // The audio format words, each with its bit of the audio mask: "pcm 0x1,
 // ac3 0x2, ..." for the help text.

@@ -1,7 +1,5 @@
 #include "decoded_edid.h"
 
-#include <sys/types.h>
-
 #include <cstdio>
 
 #include "cta_video_formats.h"
@@ -60,37 +58,7 @@ constexpr const char *kTypeName<std_timing_t> = "std_timing_t";
 template <>
 constexpr const char *kTypeName<detailed_timing_t> = "detailed_timing_t";
 
-// The write function of the stream that captures standard output.
-ssize_t AppendTo(void *text, const char *data, size_t size) {
-  static_cast<std::string *>(text)->append(data, size);
-  return static_cast<ssize_t>(size);
-}
-
 }  // namespace
-
-// The library prints through stdio's stdout alone, and in glibc stdout is an
-// ordinary variable that a program may set (so documented): while fn runs it
-// is an unbuffered stream whose writes append to the text. No system call
-// and no buffer, where a file for each capture made every decode of a file
-// cost milliseconds.
-std::string CaptureStdout(const std::function<void()> &fn) {
-  fflush(stdout);
-  std::string text;
-  cookie_io_functions_t io = {};
-  io.write = AppendTo;
-  FILE *const memory = fopencookie(&text, "w", io);
-  if (memory == nullptr) {  // nowhere to capture to: let the output through rather than lose it
-    fn();
-    return "";
-  }
-  setvbuf(memory, nullptr, _IONBF, 0);
-  FILE *const saved = stdout;
-  stdout = memory;
-  fn();
-  stdout = saved;
-  fclose(memory);
-  return text;
-}
 
 DecodedEdid::DecodedEdid() : edid_{}, prepared_(edid_prepare(&edid_) != 0) {}
 
@@ -109,6 +77,18 @@ bool DecodedEdid::Decode(const std::vector<uint8_t> &bytes, std::string &diagnos
                                  static_cast<uint32_t>(bytes.size() - kBlockSize), &edid_) != 0;
   });
   return decoded;
+}
+
+std::string DumpText(DecodedEdid &edid, bool decoded, const std::string &diagnostics,
+                     const std::vector<uint8_t> &bytes, bool summary, const std::string &title) {
+  if (decoded)
+    return diagnostics + CaptureStdout([&] {
+             print_edid_struct(&edid.record(), summary ? 1 : 0, title.c_str());
+           });
+  // print_edid decodes again and says, in its own lines, which block failed.
+  return CaptureStdout([&] {
+    print_edid(bytes.data(), static_cast<uint32_t>(bytes.size()), summary ? 1 : 0, title.c_str());
+  });
 }
 
 template <typename T>

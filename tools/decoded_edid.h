@@ -37,6 +37,12 @@ class DecodedEdid {
   bool prepared_;
 };
 
+// The text dump of bytes, as "dump" prints it: when decoded, the library's
+// lines from decoding (diagnostics) and then every field (or the summary
+// form); otherwise the lines of print_edid, which say which block failed.
+std::string DumpText(DecodedEdid &edid, bool decoded, const std::string &diagnostics,
+                     const std::vector<uint8_t> &bytes, bool summary, const std::string &title);
+
 // Copies of a list's elements, head to tail; empty when the list does not
 // hold elements of type T.
 template <typename T>

@@ -6,7 +6,6 @@
 
 #include "command.h"
 #include "decoded_edid.h"
-#include "edid_composer.h"
 #include "edid_input.h"
 #include "edid_json.h"
 #include "text_escape.h"
@@ -143,17 +142,9 @@ int RunDump(const DumpOptions &options) {
   }
   const std::string title = options.title.empty() ? name : options.title;
   // The library prints the names an EDID holds as they are: escaped here.
-  const std::string text = CaptureStdout([&] {
-    if (decoded) {
-      fputs(diagnostics.c_str(), stdout);
-      print_edid_struct(&edid.record(), options.summary ? 1 : 0, title.c_str());
-    } else {
-      // print_edid decodes again and says, in its own lines, which block failed.
-      print_edid(input.bytes.data(), static_cast<uint32_t>(input.bytes.size()),
-                 options.summary ? 1 : 0, title.c_str());
-    }
-  });
-  fputs(EscapeControls(text).c_str(), stdout);
+  fputs(EscapeControls(DumpText(edid, decoded, diagnostics, input.bytes, options.summary, title))
+            .c_str(),
+        stdout);
   fflush(stdout);
   return decoded ? kExitOk : kExitLibraryFailed;
 }

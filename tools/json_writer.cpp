@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <iterator>
 
 namespace edc_tool {
@@ -101,6 +102,20 @@ void AppendNumber(std::string &out, T value) {
   const auto result = std::to_chars(std::begin(digits), std::end(digits), value);
   out.append(digits, result.ptr);
 }
+
+#if !defined(__cpp_lib_to_chars)
+// A standard library without floating-point to_chars (Emscripten's): the
+// fewest significant digits that read back as the value.
+template <>
+void AppendNumber(std::string &out, double value) {
+  char digits[32];
+  for (int precision = 1; precision <= 17; ++precision) {
+    snprintf(digits, sizeof digits, "%.*g", precision, value);
+    if (strtod(digits, nullptr) == value) break;
+  }
+  out += digits;
+}
+#endif
 
 }  // namespace
 
