@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "command.h"
+#include "cta_view.h"
 #include "decoded_edid.h"
 #include "edid_composer.h"
 #include "edid_input.h"
@@ -42,9 +43,15 @@ int RunDump(const DumpOptions &options) {
   DecodedEdid edid;
   std::string diagnostics;
   const bool decoded = edid.Decode(input.bytes, diagnostics);
+  // The modern blocks are shown whether or not the decoder accepted the EDID.
+  const CtaRecord cta = ReadCta(input.bytes);
   if (options.json) {
     fputs(diagnostics.c_str(), stderr);
-    if (decoded) fputs(JsonText(EdidJson(edid.record())).c_str(), stdout);
+    if (decoded || cta.modern()) {
+      Json json = decoded ? EdidJson(edid.record()) : Json{{"decoded", false}};
+      if (cta.modern()) json["cta"] = CtaJson(cta.info);
+      fputs(JsonText(json).c_str(), stdout);
+    }
     return decoded ? kExitOk : kExitLibraryFailed;
   }
   const std::string title = options.title.empty() ? name : options.title;
@@ -56,6 +63,8 @@ int RunDump(const DumpOptions &options) {
     print_edid(input.bytes.data(), static_cast<uint32_t>(input.bytes.size()),
                options.summary ? 1 : 0, title.c_str());
   }
+  fflush(stdout);
+  if (!options.summary && cta.modern()) fputs(CtaText(cta.info).c_str(), stdout);
   fflush(stdout);
   return decoded ? kExitOk : kExitLibraryFailed;
 }
