@@ -16,8 +16,9 @@ extern "C" {
 
 #define CTA_MAX_EXTENSIONS 3 /* an EDID of at most four blocks */
 #define CTA_MAX_PAYLOAD 31   /* a data block's payload, its header byte aside */
-#define CTA_MAX_BLOCKS 96 /* one-byte blocks could fill 3 x 123 bytes; more are counted, not kept \
-                           */
+#define CTA_MAX_BLOCKS                                                       \
+  96 /* one-byte blocks could fill 3 x 123 bytes; more are counted, not kept \
+      */
 #define CTA_MAX_SVDS 96
 #define CTA_MAX_SADS 32
 #define CTA_MAX_HDR_DYNAMIC 8
@@ -114,10 +115,9 @@ typedef struct {
 #define CTA_COLORIMETRY_BT2020CYCC 0x0020u
 #define CTA_COLORIMETRY_BT2020YCC 0x0040u
 #define CTA_COLORIMETRY_BT2020RGB 0x0080u
-/* second byte, bits 7-4 (bits 3-0 are MD3-MD0) */
-#define CTA_COLORIMETRY_ST2113RGB 0x4000u
-#define CTA_COLORIMETRY_ICTCP 0x2000u /* not in CTA-861-H; see the README */
-#define CTA_COLORIMETRY_DCI_P3 0x8000u
+/* second byte, bits 7-4 (bits 3-0 are MD3-MD0); CTA-861-G named bit 7 DCI-P3 */
+#define CTA_COLORIMETRY_ICTCP 0x4000u
+#define CTA_COLORIMETRY_ST2113RGB 0x8000u
 typedef struct {
   bool present;
   uint16_t flags;   /* first byte in bits 7-0, second byte's bits 7-4 in 15-12 */

@@ -25,9 +25,9 @@ constexpr BitName kColorimetry[] = {{CTA_COLORIMETRY_XVYCC601, "xvYCC601"},
                                     {CTA_COLORIMETRY_BT2020YCC, "BT2020YCC"},
                                     {CTA_COLORIMETRY_BT2020RGB, "BT2020RGB"},
                                     {0x1000, "bit 12"},
+                                    {0x2000, "bit 13"},
                                     {CTA_COLORIMETRY_ICTCP, "ICtCp"},
-                                    {CTA_COLORIMETRY_ST2113RGB, "ST2113RGB"},
-                                    {CTA_COLORIMETRY_DCI_P3, "DCI-P3"}};
+                                    {CTA_COLORIMETRY_ST2113RGB, "ST2113RGB"}};
 constexpr BitName kSpeakers[] = {{CTA_SPEAKER_FL_FR, "FL/FR"},
                                  {CTA_SPEAKER_LFE1, "LFE1"},
                                  {CTA_SPEAKER_FC, "FC"},
