@@ -181,7 +181,7 @@ std::vector<CompareRow> CompareRows(const edid_t &a, const edid_t &b) {
 void AddCtaRows(std::vector<CompareRow> &rows, const CtaRecord &a, const CtaRecord &b) {
   if (!a.modern() && !b.modern()) return;
   const auto fields = [](const CtaRecord &side) {
-    return side.modern() ? CtaFields(side.info) : std::vector<CtaField>{};
+    return side.modern() ? CtaFields(side.info, false) : std::vector<CtaField>{};
   };
   AddKeyedRows<std::string, CtaField>(
       rows, fields(a), fields(b), [](const CtaField &field) { return field.first; },
@@ -279,7 +279,8 @@ int RunCompare(const CompareOptions &options) {
                    {"b", {{"file", names[1]}, {"edid", EdidJson(edids[1].record())}}},
                    {"rows", json_rows}};
   for (int side = 0; side < 2; ++side)
-    if (ctas[side].modern()) document[side == 0 ? "a" : "b"]["cta"] = CtaJson(ctas[side].info);
+    if (ctas[side].modern())
+      document[side == 0 ? "a" : "b"]["edid"]["cta"] = CtaJson(ctas[side].info);
   fputs(JsonText(document).c_str(), stdout);
   return kExitOk;
 }

@@ -249,14 +249,24 @@ void AddAudio(const cta_info_t &info, std::vector<CtaField> &rows) {
   }
 }
 
-void AddBlocks(const cta_info_t &info, std::vector<CtaField> &rows) {
+std::string BlockName(const cta_block_t &b) {
+  return b.has_oui ? "block vendor " + Oui(b.oui)
+                   : Format("block tag %u", b.tag) +
+                         (b.tag == CTA_TAG_EXTENDED ? Format(" extended %u", b.extended_tag) : "");
+}
+
+void AddBlocks(const cta_info_t &info, bool payloads, std::vector<CtaField> &rows) {
   const uint32_t kept = info.block_count < CTA_MAX_BLOCKS ? info.block_count : CTA_MAX_BLOCKS;
+  if (!payloads) {  // "tag 2, vendor 00-0C-03 (HDMI), tag 7 extended 6"
+    std::string names;
+    for (uint32_t i = 0; i < kept; ++i)
+      names += (i ? ", " : "") + BlockName(info.blocks[i]).substr(std::string("block ").size());
+    rows.emplace_back("data blocks", names.empty() ? "none" : names);
+    return;
+  }
   for (uint32_t i = 0; i < kept; ++i) {
     const cta_block_t &b = info.blocks[i];
-    std::string name =
-        b.has_oui ? "vendor block " + Oui(b.oui)
-                  : Format("block tag %u", b.tag) +
-                        (b.tag == CTA_TAG_EXTENDED ? Format(" extended %u", b.extended_tag) : "");
+    const std::string name = BlockName(b);
     std::string value = Format("extension %u at %u, %u bytes", b.extension, b.offset, b.length);
     if (b.truncated) value += " (truncated)";
     if (b.payload_size) value += ": " + Hex(b.payload, b.payload_size);
@@ -283,7 +293,7 @@ CtaRecord ReadCta(const std::vector<uint8_t> &bytes) {
   return record;
 }
 
-std::vector<CtaField> CtaFields(const cta_info_t &info) {
+std::vector<CtaField> CtaFields(const cta_info_t &info, bool payloads) {
   std::vector<CtaField> rows;
   std::string extensions;
   for (uint32_t i = 0; i < info.extensions_read; ++i)
@@ -295,7 +305,7 @@ std::vector<CtaField> CtaFields(const cta_info_t &info) {
   AddHdr(info, rows);
   AddColour(info, rows);
   AddAudio(info, rows);
-  AddBlocks(info, rows);
+  AddBlocks(info, payloads, rows);
   return rows;
 }
 

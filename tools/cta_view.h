@@ -26,8 +26,9 @@ struct CtaRecord {
 CtaRecord ReadCta(const std::vector<uint8_t> &bytes);
 
 // Every field in a fixed order: the HDMI Forum block, HDR, colorimetry, video
-// capability, 4:2:0, speakers, room, audio descriptors, then every block.
-std::vector<CtaField> CtaFields(const cta_info_t &info);
+// capability, 4:2:0, speakers, room, audio descriptors, then every block with
+// its place and payload (payloads) or one row naming the blocks in order.
+std::vector<CtaField> CtaFields(const cta_info_t &info, bool payloads = true);
 
 // The dump's section: a title line and one "  name: value" line a field.
 std::string CtaText(const cta_info_t &info);
