@@ -156,6 +156,42 @@ void read_speaker(bytes p, cta_info_t *info) {
   info->speaker.speakers = speaker_mask(p);
 }
 
+// The HDMI Forum block's one-bit flags: field byte, bit, record member.
+struct hf_flag {
+  size_t byte;
+  unsigned bit;
+  bool cta_hf_vsdb_t::*member;
+};
+constexpr hf_flag kHfFlagBits[] = {
+    {kHfFlags, 7, &cta_hf_vsdb_t::scdc_present},
+    {kHfFlags, 6, &cta_hf_vsdb_t::rr_capable},
+    {kHfFlags, 5, &cta_hf_vsdb_t::cable_status},
+    {kHfFlags, 4, &cta_hf_vsdb_t::ccbpci},
+    {kHfFlags, 3, &cta_hf_vsdb_t::lte_340mcsc_scramble},
+    {kHfFlags, 2, &cta_hf_vsdb_t::independent_view},
+    {kHfFlags, 1, &cta_hf_vsdb_t::dual_view},
+    {kHfFlags, 0, &cta_hf_vsdb_t::osd_disparity_3d},
+    {kHfFrlDeepColor, 3, &cta_hf_vsdb_t::uhd_vic},
+    {kHfFrlDeepColor, 2, &cta_hf_vsdb_t::dc_48bit_420},
+    {kHfFrlDeepColor, 1, &cta_hf_vsdb_t::dc_36bit_420},
+    {kHfFrlDeepColor, 0, &cta_hf_vsdb_t::dc_30bit_420},
+    {kHfFeatures, 7, &cta_hf_vsdb_t::qms_tfr_max},
+    {kHfFeatures, 6, &cta_hf_vsdb_t::qms},
+    {kHfFeatures, 5, &cta_hf_vsdb_t::m_delta},
+    {kHfFeatures, 4, &cta_hf_vsdb_t::cinema_vrr},
+    {kHfFeatures, 3, &cta_hf_vsdb_t::cnm_vrr},
+    {kHfFeatures, 2, &cta_hf_vsdb_t::fva},
+    {kHfFeatures, 1, &cta_hf_vsdb_t::allm},
+    {kHfFeatures, 0, &cta_hf_vsdb_t::fapa_start_location},
+    {kHfDsc, 7, &cta_hf_vsdb_t::dsc_1p2},
+    {kHfDsc, 6, &cta_hf_vsdb_t::dsc_native_420},
+    {kHfDsc, 5, &cta_hf_vsdb_t::fapa_end_extended},
+    {kHfDsc, 3, &cta_hf_vsdb_t::dsc_all_bpp},
+    {kHfDsc, 2, &cta_hf_vsdb_t::dsc_16bpc},
+    {kHfDsc, 1, &cta_hf_vsdb_t::dsc_12bpc},
+    {kHfDsc, 0, &cta_hf_vsdb_t::dsc_10bpc},
+};
+
 void read_hf_fields(bytes s, bool from_scdb, cta_info_t *info) {
   cta_hf_vsdb_t *hf = &info->hf_vsdb;
   if (hf->present || s.size() <= kHfFlags) return;  // the first one counts
@@ -163,47 +199,17 @@ void read_hf_fields(bytes s, bool from_scdb, cta_info_t *info) {
   hf->from_scdb = from_scdb;
   hf->version = s[kHfVersion];
   hf->max_tmds_character_rate_mhz = static_cast<uint16_t>(s[kHfTmdsRate] * kHfTmdsUnitMhz);
-  const uint8_t f = s[kHfFlags];
-  hf->scdc_present = edc::has_bit(f, 7);
-  hf->rr_capable = edc::has_bit(f, 6);
-  hf->cable_status = edc::has_bit(f, 5);
-  hf->ccbpci = edc::has_bit(f, 4);
-  hf->lte_340mcsc_scramble = edc::has_bit(f, 3);
-  hf->independent_view = edc::has_bit(f, 2);
-  hf->dual_view = edc::has_bit(f, 1);
-  hf->osd_disparity_3d = edc::has_bit(f, 0);
+  for (const hf_flag &flag : kHfFlagBits)
+    if (flag.byte < s.size()) hf->*flag.member = edc::has_bit(s[flag.byte], flag.bit);
   if (s.size() <= kHfFrlDeepColor) return;
-  const uint8_t c = s[kHfFrlDeepColor];
-  hf->max_frl_rate = static_cast<uint8_t>(edc::bit_range(c, 7, 4));
-  hf->uhd_vic = edc::has_bit(c, 3);
-  hf->dc_48bit_420 = edc::has_bit(c, 2);
-  hf->dc_36bit_420 = edc::has_bit(c, 1);
-  hf->dc_30bit_420 = edc::has_bit(c, 0);
-  if (s.size() <= kHfFeatures) return;
-  const uint8_t g = s[kHfFeatures];
-  hf->has_byte8 = true;
-  hf->qms_tfr_max = edc::has_bit(g, 7);
-  hf->qms = edc::has_bit(g, 6);
-  hf->m_delta = edc::has_bit(g, 5);
-  hf->cinema_vrr = edc::has_bit(g, 4);
-  hf->cnm_vrr = edc::has_bit(g, 3);
-  hf->fva = edc::has_bit(g, 2);
-  hf->allm = edc::has_bit(g, 1);
-  hf->fapa_start_location = edc::has_bit(g, 0);
+  hf->max_frl_rate = static_cast<uint8_t>(edc::bit_range(s[kHfFrlDeepColor], 7, 4));
+  hf->has_byte8 = s.size() > kHfFeatures;
   if (s.size() <= kHfVrrMaxLow) return;
   hf->has_vrr = true;
   hf->vrr_min = static_cast<uint8_t>(edc::bit_range(s[kHfVrrMin], 5, 0));
   hf->vrr_max = static_cast<uint16_t>(edc::bit_range(s[kHfVrrMin], 7, 6) << 8 | s[kHfVrrMaxLow]);
   if (s.size() <= kHfDscRates) return;
-  const uint8_t d = s[kHfDsc];
   hf->has_dsc = true;
-  hf->dsc_1p2 = edc::has_bit(d, 7);
-  hf->dsc_native_420 = edc::has_bit(d, 6);
-  hf->fapa_end_extended = edc::has_bit(d, 5);
-  hf->dsc_all_bpp = edc::has_bit(d, 3);
-  hf->dsc_16bpc = edc::has_bit(d, 2);
-  hf->dsc_12bpc = edc::has_bit(d, 1);
-  hf->dsc_10bpc = edc::has_bit(d, 0);
   hf->dsc_max_frl_rate = static_cast<uint8_t>(edc::bit_range(s[kHfDscRates], 7, 4));
   hf->dsc_max_slices = static_cast<uint8_t>(edc::bit_range(s[kHfDscRates], 3, 0));
   if (s.size() <= kHfDscChunk) return;
