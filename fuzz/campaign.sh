@@ -31,10 +31,10 @@ seeds=()
 # configuration text of a couple of kilobytes.
 max_len=2048
 case $target in
-  decode_fuzz | dump_fuzz | edid_input_fuzz) max_len=1024 ;;
+  decode_fuzz | dump_fuzz | edid_input_fuzz | cta_reader_fuzz) max_len=1024 ;;
 esac
 case $target in
-  decode_fuzz | dump_fuzz | edid_input_fuzz) seeds+=(tests/corpus/edid) ;;
+  decode_fuzz | dump_fuzz | edid_input_fuzz | cta_reader_fuzz) seeds+=(tests/corpus/edid) ;;
   config_store_fuzz) seeds+=(fuzz/seeds/platform_config_fuzz) ;;
   compose_fuzz)
     # The example configuration (comments dropped), the settings byte 1

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The performance figures of the README, measured:
 #   - instructions per operation, counted by callgrind (repeatable whatever
-#     the machine is doing): decoding one television EDID, composing one
+#     the machine is doing): decoding one television EDID, reading its
+#     modern CTA-861 blocks (cta_reader.h), composing one
 #     (configuration reading included, debug off), and a whole
 #     `edid-composer dump --summary` process;
 #   - Google Benchmark times over the corpus televisions;
@@ -33,6 +34,8 @@ televisions=$(awk -F'\t' 'NR > 1 && ($5 == "tv" || $5 == "hdmi3d")' tests/corpus
 echo "Instructions (callgrind, Release build, $televisions corpus televisions):"
 decode=$(instructions edc_perf_decode "$perf" decode tests/corpus)
 printf '  decode one television EDID:           %8d\n' $((decode / televisions))
+cta=$(instructions edc_perf_cta "$perf" cta tests/corpus)
+printf '  read its modern CTA-861 blocks:       %8d\n' $((cta / televisions))
 compose=$(instructions edc_perf_compose "$perf" compose tests/corpus examples/platform.toml)
 printf '  compose one (examples/platform.toml): %8d\n' $((compose / televisions))
 

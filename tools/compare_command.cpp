@@ -176,6 +176,19 @@ std::vector<CompareRow> CompareRows(const edid_t &a, const edid_t &b) {
   return rows;
 }
 
+void AddCtaRows(std::vector<CompareRow> &rows, const CtaRecord &a, const CtaRecord &b) {
+  if (!a.modern() && !b.modern()) return;
+  // Once one side has modern blocks, both sides' fields are shown: a side
+  // without them still has its audio formats, speakers and blocks to compare.
+  const auto fields = [](const CtaRecord &side) {
+    return side.read ? CtaFields(side.info, false) : std::vector<CtaField>{};
+  };
+  AddKeyedRows<std::string, CtaField>(
+      rows, fields(a), fields(b), [](const CtaField &field) { return field.first; },
+      [](const std::string &name) { return name; },
+      [](const CtaField &field) { return field.second; });
+}
+
 std::string CompareText(const std::vector<CompareRow> &rows, const std::string &name_a,
                         const std::string &name_b) {
   constexpr const char *kAbsent = "absent";
@@ -249,16 +262,29 @@ int RunCompare(const CompareOptions &options) {
     decoded = edids[side].Decode(inputs[side].bytes, diagnostics) && decoded;
     fputs(diagnostics.c_str(), diagnostics_stream);
   }
-  if (!decoded) return kExitLibraryFailed;
+  const CtaRecord ctas[2] = {ReadCta(inputs[0].bytes), ReadCta(inputs[1].bytes)};
+  if (!decoded) {
+    // The decoder refused one side: its lines are above; the modern reader's
+    // rows still compare what both sides declare.
+    std::vector<CompareRow> cta_rows;
+    AddCtaRows(cta_rows, ctas[0], ctas[1]);
+    if (!options.json && !cta_rows.empty())
+      fputs(CompareText(cta_rows, names[0], names[1]).c_str(), stdout);
+    return kExitLibraryFailed;
+  }
 
-  const std::vector<CompareRow> rows = CompareRows(edids[0].record(), edids[1].record());
+  std::vector<CompareRow> rows = CompareRows(edids[0].record(), edids[1].record());
+  AddCtaRows(rows, ctas[0], ctas[1]);
   if (!options.json) {
     fputs(EscapeControls(CompareText(rows, names[0], names[1])).c_str(), stdout);
     return kExitOk;
   }
-  const Json document = {{"a", {{"file", names[0]}, {"edid", EdidJson(edids[0].record())}}},
-                         {"b", {{"file", names[1]}, {"edid", EdidJson(edids[1].record())}}},
-                         {"rows", RowsJson(rows)}};
+  Json document = {{"a", {{"file", names[0]}, {"edid", EdidJson(edids[0].record())}}},
+                   {"b", {{"file", names[1]}, {"edid", EdidJson(edids[1].record())}}},
+                   {"rows", RowsJson(rows)}};
+  for (int side = 0; side < 2; ++side)
+    if (ctas[side].modern())
+      document[side == 0 ? "a" : "b"]["edid"]["cta"] = CtaJson(ctas[side].info);
   fputs(JsonText(document).c_str(), stdout);
   return kExitOk;
 }

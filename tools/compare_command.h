@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "cta_view.h"
 #include "edid_decode_encode.h"
 #include "edid_json.h"
 
@@ -41,6 +42,10 @@ const char *StatusName(RowStatus status);
 // formats (A's order, then those only in B), 4Kx2K modes, 3D, audio formats,
 // speakers, deep colour, maximum TMDS clock, latencies.
 std::vector<CompareRow> CompareRows(const edid_t &a, const edid_t &b);
+
+// Rows for the modern reader's fields, one per field name, when either side
+// holds a modern block (see CtaRecord::modern); none otherwise.
+void AddCtaRows(std::vector<CompareRow> &rows, const CtaRecord &a, const CtaRecord &b);
 
 // The table as text, with names for the two columns.
 std::string CompareText(const std::vector<CompareRow> &rows, const std::string &name_a,

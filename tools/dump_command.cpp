@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "command.h"
+#include "cta_view.h"
 #include "decoded_edid.h"
 #include "edid_input.h"
 #include "edid_json.h"
@@ -80,6 +81,22 @@ void PrintDiagnostics(const std::string &path, const std::string &text) {
   }
 }
 
+// The modern reader's fields under "cta", as a single dump writes them, for an
+// EDID that holds modern blocks.
+void WriteCtaFields(const std::vector<uint8_t> &bytes, JsonWriter &line) {
+  const CtaRecord cta = ReadCta(bytes);
+  if (!cta.modern()) return;
+  line.Key("cta");
+  line.BeginArray();
+  for (const auto &[name, value] : CtaFields(cta.info)) {
+    line.BeginObject();
+    line.Field("name", name);
+    line.Field("value", value);
+    line.EndObject();
+  }
+  line.EndArray();
+}
+
 // One line of JSON per file: {"path": ..., then the keys of a single dump}, or
 // {"path", "error", "status"} for a file that cannot be read or decoded. The
 // library's lines for a decoded file go to standard error after its path.
@@ -109,6 +126,7 @@ int RunJsonLines(const std::vector<std::string> &arguments) {
       status = kExitLibraryFailed;
     }
     if (status != kExitOk) line.Field("status", status);
+    if (input.error.empty()) WriteCtaFields(input.bytes, line);
     line.EndObject();
     worst = std::max(worst, status);
     fwrite(line.text().data(), 1, line.text().size(), stdout);
@@ -135,9 +153,15 @@ int RunDump(const DumpOptions &options) {
   DecodedEdid edid;
   std::string diagnostics;
   const bool decoded = edid.Decode(input.bytes, diagnostics);
+  // The modern blocks are shown whether or not the decoder accepted the EDID.
+  const CtaRecord cta = ReadCta(input.bytes);
   if (options.json) {
     fputs(diagnostics.c_str(), stderr);
-    if (decoded) fputs(JsonText(EdidJson(edid.record())).c_str(), stdout);
+    if (decoded || cta.modern()) {
+      Json json = decoded ? EdidJson(edid.record()) : Json{{"decoded", false}};
+      if (cta.modern()) json["cta"] = CtaJson(cta.info);
+      fputs(JsonText(json).c_str(), stdout);
+    }
     return decoded ? kExitOk : kExitLibraryFailed;
   }
   const std::string title = options.title.empty() ? name : options.title;
@@ -145,7 +169,7 @@ int RunDump(const DumpOptions &options) {
   fputs(EscapeControls(DumpText(edid, decoded, diagnostics, input.bytes, options.summary, title))
             .c_str(),
         stdout);
-  fflush(stdout);
+  if (!options.summary && cta.modern()) fputs(CtaText(cta.info).c_str(), stdout);
   return decoded ? kExitOk : kExitLibraryFailed;
 }
 

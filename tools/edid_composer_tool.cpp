@@ -1,5 +1,7 @@
 // edid-composer: command-line front end of the library for test engineers and
 // integrators.
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
@@ -88,6 +90,9 @@ int Run(int argc, char **argv) {
 
 int main(int argc, char **argv) {
   // Every command's output, --help and --version included, is checked once
-  // it is all written.
+  // it is all written. Off a terminal, a buffer that holds a whole report
+  // keeps the first failed write for that check, with the system's reason.
+  static char output_buffer[1 << 16];
+  if (!isatty(STDOUT_FILENO)) setvbuf(stdout, output_buffer, _IOFBF, sizeof output_buffer);
   return edc_tool::FinishStandardOutput(Run(argc, argv));
 }

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "compare_command.h"
+#include "cta_view.h"
 #include "decoded_edid.h"
 #include "edc_test.h"
 #include "edid_composer.h"
@@ -87,14 +88,17 @@ TEST(Dump, RefusesWhatIsNotWholeBlocks) {
 // On every tenth corpus EDID (all with EDC_TOOL_FULL_CORPUS=1: about 20 s,
 // and 100 s under the sanitizers) the tool, from a binary file and from
 // standard input as xxd -p's and edid-decode's text, prints what print_edid
-// prints, exit status 1 where decoding fails. That it reads every EDID in
-// each form is checked in corpus_test.cpp.
+// prints, exit status 1 where decoding fails; the full form then adds the
+// modern reader's section where the EDID has modern blocks. That it reads
+// every EDID in each form is checked in corpus_test.cpp.
 TEST(ToolDump, ReadsCorpusEdidsInEachFormAsPrintEdidPrintsThem) {
   const size_t stride = getenv("EDC_TOOL_FULL_CORPUS") != nullptr ? 1 : 10;
   for (size_t i = 0; i < Corpus().size(); i += stride) {
     const CorpusEdid &c = Corpus()[i];
     SCOPED_TRACE(c.path);
-    const std::string full = Printed(c.bytes, 0, c.path);
+    const edc_tool::CtaRecord cta = edc_tool::ReadCta(c.bytes);
+    const std::string modern = cta.modern() ? edc_tool::CtaText(cta.info) : "";
+    const std::string full = Printed(c.bytes, 0, c.path) + modern;
     const int status = full.find("print_edid() ERROR: Failed decoding") != std::string::npos;
     std::string peer = RunCommand("edid-decode '" + c.path + "' 2>/dev/null");
     if (peer.empty()) peer.assign(c.bytes.begin(), c.bytes.end());  // edid-decode crashed
@@ -102,7 +106,7 @@ TEST(ToolDump, ReadsCorpusEdidsInEachFormAsPrintEdidPrintsThem) {
         {RunTool("dump " + c.path), full},
         {RunTool("dump --summary --debug --title TV -", XxdText(c.bytes)),
          Printed(c.bytes, 1, "TV", true)},
-        {RunTool("dump -", peer), Printed(c.bytes, 0, "standard input")}};
+        {RunTool("dump -", peer), Printed(c.bytes, 0, "standard input") + modern}};
     // The tool escapes the control characters an EDID's text may hold, and
     // names a file cut short on standard error.
     const std::string missing = edc_tool::MissingBlocks(c.bytes);
@@ -207,6 +211,29 @@ TEST(ToolDump, JsonOfATelevision) {
 
 // The rows of a television and the EDID composed for it: every video format
 // the composition dropped is a row of A alone, marked "<" in the text.
+// A television whose data blocks run to byte 118, past where the decoder
+// accepts a detailed timing: dump and compare give the decoder's refusal,
+// exit status 1, and still the modern reader's fields.
+TEST(ToolDump, ShowsTheModernBlocksOfAnEdidTheDecoderRefuses) {
+  const std::string path = std::string(EDC_CORPUS_DIR) + "/edid/odd-d9e93b6090e6.bin";
+  const std::string refusal =
+      "decode_edid_extensions() ERROR: EDID DTD offset value is larger than the block. Offset:118";
+  for (const std::string &command : {"dump " + path, "compare " + path + " " + path}) {
+    const auto result = RunTool(command);
+    SCOPED_TRACE(command);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.out, testing::HasSubstr(refusal));
+    EXPECT_THAT(result.out, testing::HasSubstr("Max_TMDS_Character_Rate"));
+    EXPECT_THAT(result.out, testing::HasSubstr("600 MHz"));
+    EXPECT_THAT(result.out, testing::HasSubstr("SMPTE ST 2084 HLG"));
+  }
+  const auto json_dump = RunTool("dump --json " + path);
+  EXPECT_EQ(json_dump.status, 1);
+  const json document = json::parse(json_dump.out);
+  EXPECT_EQ(document["decoded"], false);
+  EXPECT_EQ(document["cta"][0]["name"], "CTA extensions");
+}
+
 TEST(ToolCompare, MarksTheModesTheCompositionDropped) {
   const std::string tv = kExamples + "/sony-tv.bin";
   const std::string composed = testing::TempDir() + "edc_compare_" + std::to_string(getpid());
@@ -220,7 +247,9 @@ TEST(ToolCompare, MarksTheModesTheCompositionDropped) {
   std::set<uint32_t> offered;
   for (const auto &svd : edc_tool::Elements<short_video_desc_t>(b.record().video_list))
     offered.insert(svd.vic);
-  const auto rows = edc_tool::CompareRows(a.record(), b.record());
+  auto rows = edc_tool::CompareRows(a.record(), b.record());
+  edc_tool::AddCtaRows(rows, edc_tool::ReadCta(ReadFile(tv)),
+                       edc_tool::ReadCta(ReadFile(composed)));
   size_t dropped = 0;
   for (const auto &svd : edc_tool::Elements<short_video_desc_t>(a.record().video_list)) {
     const std::string label = Format("VIC %u ", svd.vic);
@@ -314,6 +343,10 @@ TEST(ToolDump, JsonLinesOfTheCorpus) {
       continue;
     }
     line.erase("path");
+    if (const edc_tool::CtaRecord cta = edc_tool::ReadCta(c->bytes); cta.modern()) {
+      EXPECT_EQ(line["cta"], edc_tool::CtaJson(cta.info)) << c->file;
+      line.erase("cta");
+    }
     EXPECT_EQ(line, edc_tool::EdidJson(edid.record())) << c->file;
     ++decoded;
   }
