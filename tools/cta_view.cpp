@@ -3,9 +3,14 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "cta_video_formats.h"
+
 namespace edc_tool {
 
 namespace {
+
+// The last VIC of the library's own video format table.
+constexpr uint32_t kLibraryTableLastVic = 64;
 
 struct BitName {
   uint32_t mask;
@@ -276,9 +281,26 @@ void AddBlocks(const cta_info_t &info, bool payloads, std::vector<CtaField> &row
     rows.emplace_back("blocks not kept", std::to_string(info.block_count - kept));
 }
 
+// The video formats that the library's own table (VICs 1 to 64) does not
+// name, each with its format from the CTA-861 table.
+void AddFormatsBeyond64(const cta_info_t &info, std::vector<CtaField> &rows) {
+  std::string formats;
+  for (uint32_t i = 0; i < info.svd_count && i < CTA_MAX_SVDS; ++i) {
+    const uint32_t vic = info.svd_vics[i];
+    if (vic <= kLibraryTableLastVic) continue;
+    char name[48];
+    cta_video_format_name(vic, name, sizeof name);
+    formats += (formats.empty() ? "" : ", ") + std::to_string(vic) + " " +
+               (name[0] != '\0' ? name : "undefined");
+  }
+  if (!formats.empty()) rows.emplace_back("video formats beyond VIC 64", formats);
+}
+
 }  // namespace
 
 bool CtaRecord::modern() const {
+  for (uint32_t i = 0; i < info.svd_count && i < CTA_MAX_SVDS; ++i)
+    if (info.svd_vics[i] > kLibraryTableLastVic) return true;
   const uint32_t kept = info.block_count < CTA_MAX_BLOCKS ? info.block_count : CTA_MAX_BLOCKS;
   for (uint32_t i = 0; i < kept; ++i) {
     const cta_block_t &b = info.blocks[i];
@@ -301,6 +323,7 @@ std::vector<CtaField> CtaFields(const cta_info_t &info, bool payloads) {
                   Format("revision %u, d=%u", info.extension_revision[i], info.dtd_offset[i]);
   rows.emplace_back("CTA extensions",
                     std::to_string(info.extensions_read) + " (" + extensions + ")");
+  AddFormatsBeyond64(info, rows);
   AddHfVsdb(info.hf_vsdb, rows);
   AddHdr(info, rows);
   AddColour(info, rows);

@@ -3,9 +3,6 @@
 // Each returns a JSON document, valid until the next call. The library's
 // lines come back in the documents; the configuration store's error line
 // goes to standard error, which the page shows beside the configuration.
-//
-// A reader of the newer CTA-861 data blocks, when the library has one, adds
-// its own key to Describe's document ("modern") and the page a section.
 #include <emscripten/emscripten.h>
 
 #include <string>
@@ -14,6 +11,7 @@
 #include "compare_command.h"
 #include "compose_settings.h"
 #include "config_store.h"
+#include "cta_view.h"
 #include "decoded_edid.h"
 #include "edid_input.h"
 #include "edid_json.h"
@@ -32,15 +30,28 @@ const char *Result(const Json &document) {
   return g_result.c_str();
 }
 
-// The decoded record's texts: diagnostics, summary, every field, JSON.
+// The decoded record's texts: diagnostics, summary, every field, JSON; as
+// dump does, every field and the JSON include the modern reader's fields
+// when the EDID holds modern blocks, decoded or not.
 Json Describe(edc_tool::DecodedEdid &edid, bool decoded, const std::string &diagnostics,
               const std::vector<uint8_t> &bytes, const std::string &title) {
+  const edc_tool::CtaRecord cta = edc_tool::ReadCta(bytes);
+  std::string full = edc_tool::DumpText(edid, decoded, diagnostics, bytes, false, title);
+  std::string json;
+  if (decoded || cta.modern()) {
+    Json record = decoded ? edc_tool::EdidJson(edid.record()) : Json{{"decoded", false}};
+    if (cta.modern()) {
+      full += edc_tool::CtaText(cta.info);
+      record["cta"] = edc_tool::CtaJson(cta.info);
+    }
+    json = edc_tool::JsonText(record);
+  }
   return {{"bytes", bytes},
           {"decoded", decoded},
           {"lines", diagnostics},
           {"summary", edc_tool::DumpText(edid, decoded, diagnostics, bytes, true, title)},
-          {"full", edc_tool::DumpText(edid, decoded, diagnostics, bytes, false, title)},
-          {"json", decoded ? edc_tool::JsonText(edc_tool::EdidJson(edid.record())) : ""}};
+          {"full", full},
+          {"json", json}};
 }
 
 }  // namespace
