@@ -2,6 +2,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <string_view>
 
 #include "cta_video_formats.h"
 
@@ -85,11 +86,17 @@ const char *ExtensionName(uint8_t type) {
   }
 }
 
+// Appends a word to a list of words, separated.
+void Append(std::string &text, std::string_view word, const char *separator = " ") {
+  if (!text.empty()) text += separator;
+  text += word;
+}
+
 template <size_t N>
 std::string Names(const BitName (&table)[N], uint32_t mask) {
   std::string text;
   for (const BitName &bit : table)
-    if ((mask & bit.mask) != 0) text += (text.empty() ? "" : " ") + std::string(bit.name);
+    if ((mask & bit.mask) != 0) Append(text, bit.name);
   return text.empty() ? "none" : text;
 }
 
@@ -105,7 +112,7 @@ std::string Format(const char *format, ...) {
 
 std::string Vics(const uint8_t *vics, uint32_t count) {
   std::string text;
-  for (uint32_t i = 0; i < count; ++i) text += (i ? " " : "") + std::to_string(vics[i]);
+  for (uint32_t i = 0; i < count; ++i) Append(text, std::to_string(vics[i]));
   return text.empty() ? "none" : text;
 }
 
@@ -168,7 +175,7 @@ void AddHfVsdb(const cta_hf_vsdb_t &hf, std::vector<CtaField> &rows) {
                                                  {hf.dsc_10bpc, "DSC_10bpc"}};
   std::string set;
   for (const auto &[on, name] : flags)
-    if (on) set += (set.empty() ? "" : " ") + std::string(name);
+    if (on) Append(set, name);
   add("HDMI Forum flags", set.empty() ? "none" : set);
   add("Max_FRL_Rate", std::to_string(hf.max_frl_rate));
   if (hf.has_vrr) add("VRRmin / VRRmax", Format("%u / %u Hz", hf.vrr_min, hf.vrr_max));
@@ -185,7 +192,7 @@ void AddHdr(const cta_info_t &info, std::vector<CtaField> &rows) {
     rows.emplace_back("HDR EOTFs", Names(kEotfs, h.eotfs));
     rows.emplace_back("HDR static metadata types",
                       (h.descriptors & 1)
-                          ? "1" + std::string(h.descriptors & ~1 ? " and others" : "")
+                          ? std::string(h.descriptors & ~1 ? "1 and others" : "1")
                           : Format("0x%02x", h.descriptors));
     const auto luminance = [&](const char *name, bool has, uint8_t cv, double cd) {
       rows.emplace_back(name, has ? Format("%u (%.3f cd/m^2)", cv, cd) : "not given");
@@ -290,8 +297,7 @@ void AddFormatsBeyond64(const cta_info_t &info, std::vector<CtaField> &rows) {
     if (vic <= kLibraryTableLastVic) continue;
     char name[48];
     cta_video_format_name(vic, name, sizeof name);
-    formats += (formats.empty() ? "" : ", ") + std::to_string(vic) + " " +
-               (name[0] != '\0' ? name : "undefined");
+    Append(formats, std::to_string(vic) + " " + (name[0] != '\0' ? name : "undefined"), ", ");
   }
   if (!formats.empty()) rows.emplace_back("video formats beyond VIC 64", formats);
 }
@@ -319,8 +325,8 @@ std::vector<CtaField> CtaFields(const cta_info_t &info, bool payloads) {
   std::vector<CtaField> rows;
   std::string extensions;
   for (uint32_t i = 0; i < info.extensions_read; ++i)
-    extensions += (i ? ", " : "") +
-                  Format("revision %u, d=%u", info.extension_revision[i], info.dtd_offset[i]);
+    Append(extensions, Format("revision %u, d=%u", info.extension_revision[i], info.dtd_offset[i]),
+           ", ");
   rows.emplace_back("CTA extensions",
                     std::to_string(info.extensions_read) + " (" + extensions + ")");
   AddFormatsBeyond64(info, rows);

@@ -96,7 +96,9 @@ bool ChooseModeRow(hdmi_mode_t &mode, std::string &chosen, std::string &problem)
   for (const Row &row : rows) nearest.push_back(&row);
   std::stable_sort(nearest.begin(), nearest.end(),
                    [&](const Row *a, const Row *b) { return distance(*a) < distance(*b); });
-  problem = "\"" + ModeText(mode) + "\" is no row of the CTA-861 table; the nearest are ";
+  problem = '"';
+  problem += ModeText(mode);
+  problem += "\" is no row of the CTA-861 table; the nearest are ";
   for (size_t i = 0; i < kNearest && i < nearest.size(); ++i)
     problem += (i == 0 ? "" : "; ") + RowText(*nearest[i]);
   return false;
