@@ -116,9 +116,17 @@ std::string Vics(const uint8_t *vics, uint32_t count) {
   return text.empty() ? "none" : text;
 }
 
+// "0f 03 00 30": written digit by digit, as a payload dump of every block of
+// every EDID of a JSON Lines run is where the time goes.
 std::string Hex(const uint8_t *bytes, size_t size) {
+  constexpr char kDigits[] = "0123456789abcdef";
   std::string text;
-  for (size_t i = 0; i < size; ++i) text += Format(i ? " %02x" : "%02x", bytes[i]);
+  text.reserve(size * 3);
+  for (size_t i = 0; i < size; ++i) {
+    if (i != 0) text += ' ';
+    text += kDigits[bytes[i] >> 4];
+    text += kDigits[bytes[i] & 0xF];
+  }
   return text;
 }
 
@@ -247,9 +255,10 @@ void AddAudio(const cta_info_t &info, std::vector<CtaField> &rows) {
   for (uint32_t i = 0; i < info.sad_count; ++i) {
     const cta_sad_t &s = info.sads[i];
     std::string name = s.format == 15 ? ExtensionName(s.extension_type) : kAudioFormats[s.format];
-    std::string value = Format("%u ch, rates 0x%02x, byte 3 0x%02x", s.channels, s.rates, s.byte3);
+    std::string value = std::to_string(s.channels) + " ch, rates 0x" + Hex(&s.rates, 1) +
+                        ", byte 3 0x" + Hex(&s.byte3, 1);
     if (s.bit_depths) value += Format(", depths 0x%x", s.bit_depths);
-    if (s.max_bit_rate_khz) value += Format(", max %u kb/s", s.max_bit_rate_khz);
+    if (s.max_bit_rate_khz) value += ", max " + std::to_string(s.max_bit_rate_khz) + " kb/s";
     if (s.joc) value += ", JOC";
     if (s.joc_acmod28) value += ", JOC ACMOD 28";
     if (s.mat_atmos) value += ", MAT (Atmos)";
@@ -262,9 +271,10 @@ void AddAudio(const cta_info_t &info, std::vector<CtaField> &rows) {
 }
 
 std::string BlockName(const cta_block_t &b) {
-  return b.has_oui ? "block vendor " + Oui(b.oui)
-                   : Format("block tag %u", b.tag) +
-                         (b.tag == CTA_TAG_EXTENDED ? Format(" extended %u", b.extended_tag) : "");
+  if (b.has_oui) return "block vendor " + Oui(b.oui);
+  std::string name = "block tag " + std::to_string(b.tag);
+  if (b.tag == CTA_TAG_EXTENDED) name += " extended " + std::to_string(b.extended_tag);
+  return name;
 }
 
 void AddBlocks(const cta_info_t &info, bool payloads, std::vector<CtaField> &rows) {
@@ -279,7 +289,8 @@ void AddBlocks(const cta_info_t &info, bool payloads, std::vector<CtaField> &row
   for (uint32_t i = 0; i < kept; ++i) {
     const cta_block_t &b = info.blocks[i];
     const std::string name = BlockName(b);
-    std::string value = Format("extension %u at %u, %u bytes", b.extension, b.offset, b.length);
+    std::string value = "extension " + std::to_string(b.extension) + " at " +
+                        std::to_string(b.offset) + ", " + std::to_string(b.length) + " bytes";
     if (b.truncated) value += " (truncated)";
     if (b.payload_size) value += ": " + Hex(b.payload, b.payload_size);
     rows.emplace_back(name, value);
