@@ -362,4 +362,11 @@ Json CtaJson(const cta_info_t &info) {
   return fields;
 }
 
+Json DumpJson(const edid_t *record, const CtaRecord &cta) {
+  if (record == nullptr && !cta.modern()) return nullptr;
+  Json json = record != nullptr ? EdidJson(*record) : Json{{"decoded", false}};
+  if (cta.modern()) json["cta"] = CtaJson(cta.info);
+  return json;
+}
+
 }  // namespace edc_tool

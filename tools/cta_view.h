@@ -36,4 +36,9 @@ std::string CtaText(const cta_info_t &info);
 // The fields as dump --json writes them under "cta": [{"name", "value"}...].
 Json CtaJson(const cta_info_t &info);
 
+// dump --json's document: the record's fields (or {"decoded": false} when the
+// decoder refused the EDID, record NULL) with the modern fields under "cta";
+// null when there is neither a record nor a modern block to show.
+Json DumpJson(const edid_t *record, const CtaRecord &cta);
+
 }  // namespace edc_tool

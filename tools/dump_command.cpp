@@ -157,11 +157,8 @@ int RunDump(const DumpOptions &options) {
   const CtaRecord cta = ReadCta(input.bytes);
   if (options.json) {
     fputs(diagnostics.c_str(), stderr);
-    if (decoded || cta.modern()) {
-      Json json = decoded ? EdidJson(edid.record()) : Json{{"decoded", false}};
-      if (cta.modern()) json["cta"] = CtaJson(cta.info);
+    if (const Json json = DumpJson(decoded ? &edid.record() : nullptr, cta); !json.is_null())
       fputs(JsonText(json).c_str(), stdout);
-    }
     return decoded ? kExitOk : kExitLibraryFailed;
   }
   const std::string title = options.title.empty() ? name : options.title;

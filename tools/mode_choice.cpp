@@ -7,6 +7,8 @@
 #include <tuple>
 #include <vector>
 
+#include "cta_video_formats.h"
+
 namespace edc_tool {
 
 namespace {
@@ -19,7 +21,7 @@ struct Row {
   uint32_t vic;
   detailed_timing_t timing;
   uint32_t library_rate;  // as the library computes it: cut to whole hertz
-  double rate;            // exact, in Hz (a field rate for interlaced rows)
+  double rate;            // exact, in Hz (the field rate for interlaced rows)
 };
 
 std::vector<Row> Rows() {
@@ -30,10 +32,9 @@ std::vector<Row> Rows() {
     const detailed_timing_t &t = row.timing;
     row.library_rate =
         calculate_refresh_rate(t.pixel_clock, t.h_active, t.h_blanking, t.v_active, t.v_blanking);
-    // An interlaced field is half a line longer than its blanking field says.
-    const double lines = t.v_active + t.v_blanking + (t.progressive ? 0.0 : 0.5);
-    const double total = (t.h_active + t.h_blanking) * lines;
-    row.rate = total > 0 ? t.pixel_clock / total : 0;
+    // The exact rate is the standard's figure, which the format table holds.
+    if (const cta_video_format_t *format = cta_video_format_find(vic))
+      row.rate = format->field_rate_mhz / 1000.0;
     rows.push_back(row);
   }
   return rows;

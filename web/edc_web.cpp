@@ -37,15 +37,9 @@ Json Describe(edc_tool::DecodedEdid &edid, bool decoded, const std::string &diag
               const std::vector<uint8_t> &bytes, const std::string &title) {
   const edc_tool::CtaRecord cta = edc_tool::ReadCta(bytes);
   std::string full = edc_tool::DumpText(edid, decoded, diagnostics, bytes, false, title);
-  std::string json;
-  if (decoded || cta.modern()) {
-    Json record = decoded ? edc_tool::EdidJson(edid.record()) : Json{{"decoded", false}};
-    if (cta.modern()) {
-      full += edc_tool::CtaText(cta.info);
-      record["cta"] = edc_tool::CtaJson(cta.info);
-    }
-    json = edc_tool::JsonText(record);
-  }
+  if (cta.modern()) full += edc_tool::CtaText(cta.info);
+  const Json record = edc_tool::DumpJson(decoded ? &edid.record() : nullptr, cta);
+  const std::string json = record.is_null() ? "" : edc_tool::JsonText(record);
   return {{"bytes", bytes},
           {"decoded", decoded},
           {"lines", diagnostics},
