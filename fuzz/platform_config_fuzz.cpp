@@ -1,10 +1,12 @@
 // Arbitrary text as the platform configuration: reading the platform values
-// from whatever the store accepts must not crash, leak or hang.
+// and the modern profile's keys from whatever the store accepts must not
+// crash, leak or hang.
 // The text is loaded as config_text.h says.
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
+#include "compose_profile.h"
 #include "config_store.h"
 #include "config_text.h"
 #include "edid_composer_internal.h"
@@ -17,6 +19,10 @@ void ReadPlatformValues() {
   if (!platform_values_init(&values)) __builtin_trap();
   _read_platform_values(&values);
   if (!platform_values_destroy(&values)) __builtin_trap();
+  compose_profile_t profile;
+  if (!compose_profile_read(&profile) || profile.vic_count > COMPOSE_PROFILE_MAX_VICS ||
+      profile.max_tmds_rate_mhz > 600)
+    __builtin_trap();
 }
 
 }  // namespace

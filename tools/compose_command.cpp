@@ -99,6 +99,21 @@ void AddComposeOptions(CLI::App &command, ComposeOptions &options) {
       ->type_name("FORMATS");
   command.add_flag("--sink-filter", s.sink_filter,
                    "Offer only the audio formats the television accepts (default: off)");
+  command.add_flag("--modern", s.modern,
+                   "Compose with the modern profile (HDMI 2.0, HDR) whatever the configuration's "
+                   "modern.enabled says (default: as modern.enabled, 0)");
+  command
+      .add_option_function<std::string>(
+          "--max-tmds-rate", [&s](const std::string &value) { s.max_tmds_rate = value; },
+          "The modern profile: the device's TMDS character rate in MHz, 0 to 600, in place of "
+          "modern.max_tmds_rate")
+      ->type_name("MHZ");
+  command
+      .add_option_function<std::string>(
+          "--hdr", [&s](const std::string &value) { s.hdr = value; },
+          "The modern profile: HDR transfer functions, comma-separated words (sdr, pq, hlg) or "
+          "off, in place of modern.hdr_eotfs")
+      ->type_name("WORDS");
   CLI::Option *summary =
       command.add_flag("--summary", options.summary, "Print the new EDID's summary (the default)");
   CLI::Option *full = command.add_flag("--full", options.full, "Print every field of the new EDID");
@@ -109,6 +124,7 @@ void AddComposeOptions(CLI::App &command, ComposeOptions &options) {
       "Prints the new EDID (summary form unless --full or --quiet) and the offset of its\n"
       "physical address bytes. When the EDID itself goes to standard output, all of that\n"
       "goes to standard error instead. A binary EDID is not written to a terminal.\n"
+      "--max-tmds-rate and --hdr need the modern profile: --modern or modern.enabled = 1.\n"
       "Exit status: 0 composed, 1 the library refused (its lines say why), 2 unusable input\n"
       "or usage (one line on standard error).");
 }
@@ -143,11 +159,15 @@ int RunCompose(const ComposeOptions &options) {
   if (config_store_load_file(options.config.c_str()) != 0)
     return kExitUnusableInput;  // the store has printed file:line:column: what
 
+  compose_profile_t profile;
+  std::string library_lines;
+  if (!ReadProfile(*settings, options.debug, profile, library_lines, option, problem))
+    return Refuse(option, problem);
+
   std::vector<uint8_t> composed;
   uint8_t spa_offset = 0;
-  std::string library_lines;
-  const bool ok =
-      ComposeEdid(sink.bytes, settings->cfg, options.debug, composed, spa_offset, library_lines);
+  const bool ok = ComposeEdid(sink.bytes, settings->cfg, &profile, options.debug, composed,
+                              spa_offset, library_lines);
   // With the EDID on standard output, everything else goes to standard error.
   FILE *report = to_stdout ? stderr : stdout;
   if (!options.quiet && !chosen_row.empty()) fprintf(report, "%s\n", chosen_row.c_str());

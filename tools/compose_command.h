@@ -1,5 +1,5 @@
 // "edid-composer compose": the device's EDID from a television's EDID and a
-// platform configuration, through compose_edid.
+// platform configuration, through compose_edid_profile.
 #pragma once
 
 #include <CLI/CLI.hpp>

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "cta_reader.h"
 #include "decoded_edid.h"
 
 namespace edc_tool {
@@ -47,6 +48,17 @@ struct FormatWord {
 };
 constexpr FormatWord kFormatWords[] = {
     {"bin", OutputFormat::kBinary}, {"hex", OutputFormat::kHex}, {"carray", OutputFormat::kCArray}};
+
+// The HDR transfer functions of --hdr (CTA-861-H HDR static metadata block).
+struct EotfWord {
+  const char *word;
+  uint8_t bit;
+};
+constexpr EotfWord kEotfWords[] = {
+    {"sdr", CTA_EOTF_SDR}, {"pq", CTA_EOTF_PQ}, {"hlg", CTA_EOTF_HLG}};
+
+// HDMI 2.0's highest TMDS character rate, in MHz.
+constexpr uint32_t kMaxTmdsRate = 600;
 
 // The largest port whose number (port + 1) fits the nibble of a physical address.
 constexpr uint32_t kMaxPort = 14;
@@ -133,6 +145,21 @@ const Entry *FindWord(const Entry (&table)[N], std::string_view word) {
   return nullptr;
 }
 
+// "off", or comma-separated transfer function words.
+bool ParseEotfs(std::string_view text, uint8_t &eotfs, std::string &problem) {
+  eotfs = 0;
+  if (text == "off") return true;
+  for (std::string_view word : Split(text, ',')) {
+    const EotfWord *found = FindWord(kEotfWords, word);
+    if (found == nullptr) {
+      problem = Quoted(word) + " is not an HDR transfer function; use sdr, pq, hlg or off";
+      return false;
+    }
+    eotfs |= found->bit;
+  }
+  return true;
+}
+
 }  // namespace
 
 std::string AudioMaskWords() {
@@ -169,19 +196,53 @@ std::optional<ComposeSettings> ParseComposeSettings(const ComposeSettingsText &t
   if (format == nullptr)
     return refuse("--format", Quoted(text.format) + " is not bin, hex or carray");
   settings.format = format->format;
+  settings.modern = text.modern;
+  if (text.max_tmds_rate) {
+    uint32_t rate = 0;
+    if (!ParseNumber(*text.max_tmds_rate, rate) || rate > kMaxTmdsRate)
+      return refuse("--max-tmds-rate", Quoted(*text.max_tmds_rate) +
+                                           " is not a TMDS character rate from 0 to 600 MHz");
+    settings.max_tmds_rate_mhz = static_cast<uint16_t>(rate);
+  }
+  if (text.hdr) {
+    uint8_t eotfs = 0;
+    if (!ParseEotfs(*text.hdr, eotfs, why)) return refuse("--hdr", why);
+    settings.eotfs = eotfs;
+  }
   return settings;
 }
 
-bool ComposeEdid(const std::vector<uint8_t> &sink, composer_cfg_t cfg, bool debug,
-                 std::vector<uint8_t> &composed, uint8_t &spa_offset, std::string &library_lines) {
+bool ReadProfile(const ComposeSettings &settings, bool debug, compose_profile_t &profile,
+                 std::string &library_lines, std::string &option, std::string &problem) {
+  debug_enable(debug);
+  library_lines = CaptureStdout([&] { compose_profile_read(&profile); });
+  debug_enable(false);
+  if (settings.modern) profile.enabled = true;
+  const char *profile_option = settings.max_tmds_rate_mhz ? "--max-tmds-rate"
+                               : settings.eotfs           ? "--hdr"
+                                                          : nullptr;
+  if (profile_option != nullptr && !profile.enabled) {
+    option = profile_option;
+    problem = "the modern profile is off; add --modern or set modern.enabled = 1";
+    return false;
+  }
+  if (settings.max_tmds_rate_mhz) profile.max_tmds_rate_mhz = *settings.max_tmds_rate_mhz;
+  if (settings.eotfs) profile.eotfs = *settings.eotfs;
+  return true;
+}
+
+bool ComposeEdid(const std::vector<uint8_t> &sink, composer_cfg_t cfg,
+                 const compose_profile_t *profile, bool debug, std::vector<uint8_t> &composed,
+                 uint8_t &spa_offset, std::string &library_lines) {
   debug_enable(debug);
   composed.assign(kComposedSize, 0);
   spa_offset = 0;
   cfg.spa_offset = &spa_offset;
   bool ok = false;
-  library_lines = CaptureStdout([&] {
-    ok = compose_edid(sink.empty() ? nullptr : sink.data(), static_cast<int32_t>(sink.size()),
-                      composed.data(), kComposedSize, &cfg);
+  library_lines += CaptureStdout([&] {
+    ok = compose_edid_profile(sink.empty() ? nullptr : sink.data(),
+                              static_cast<int32_t>(sink.size()), composed.data(), kComposedSize,
+                              &cfg, profile);
   });
   debug_enable(false);
   return ok;

@@ -67,7 +67,8 @@ EMSCRIPTEN_KEEPALIVE const char *edc_web_read(const uint8_t *contents, uint32_t 
 
 // Composes as "compose" does from a configuration text, the settings as the
 // command's options spell them, and the television's bytes (none: from the
-// configuration alone). {"option", "problem"} for an unusable setting,
+// configuration alone); the modern profile as the configuration's modern.*
+// keys say (the page has no options of its own for it). {"option", "problem"} for an unusable setting,
 // {"config_error": true} for a configuration the store refuses, otherwise
 // {"ok", "lines", ...} and, when composed, the new EDID's forms, its
 // description and the comparison rows.
@@ -94,7 +95,7 @@ EMSCRIPTEN_KEEPALIVE const char *edc_web_compose(const char *config, const char 
   uint8_t spa_offset = 0;
   std::string lines;
   const bool ok =
-      edc_tool::ComposeEdid(sink_bytes, settings->cfg, false, composed, spa_offset, lines);
+      edc_tool::ComposeEdid(sink_bytes, settings->cfg, nullptr, false, composed, spa_offset, lines);
   config_store_clear();  // nothing of the user's stays behind
   Json document = {{"ok", ok}, {"lines", lines}};
   if (!ok) return Result(document);

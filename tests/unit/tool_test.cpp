@@ -12,7 +12,9 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "compose_profile.h"
 #include "compose_settings.h"
+#include "cta_reader.h"
 #include "edc_test.h"
 #include "edid_composer.h"
 #include "edid_input.h"
@@ -48,8 +50,9 @@ TEST(Tool, HelpListsTheCommandsAndComposeHelpEveryOptionWithItsDefault) {
   for (const char *option :
        {"--config FILE REQUIRED", "--sink FILE", "-o,--output FILE", "(default: bin)",
         "(default: 1920x1080p60)", "default: 0)", "(default: sink)", "default: 0,0,0,0)",
-        "(default: all)", "--sink-filter", "(default: off)", "--summary", "--full", "--quiet",
-        "--debug"})
+        "(default: all)", "--sink-filter", "(default: off)", "--modern",
+        "(default: as modern.enabled, 0)", "--max-tmds-rate MHZ", "--hdr WORDS", "--summary",
+        "--full", "--quiet", "--debug"})
     EXPECT_THAT(compose.out, HasSubstr(option));
 }
 
@@ -85,8 +88,11 @@ std::string Compose(const ComposeSettingsText &text) {
   return Format("mode %ux%u interlaced %u rate %u; port %u; 3d %d; latency %u,%u,%u,%u; ", m.width,
                 m.height, m.interlaced, m.refresh_rate, c.hdmi_port, c.setting_3d,
                 c.edid_latency[0], c.edid_latency[1], c.edid_latency[2], c.edid_latency[3]) +
-         Format("audio 0x%x; filter %u; format %d", c.audio_mask, c.sink_filter,
-                static_cast<int>(settings->format));
+         Format("audio 0x%x; filter %u; format %d; modern %d; ", c.audio_mask, c.sink_filter,
+                static_cast<int>(settings->format), settings->modern) +
+         "rate " +
+         (settings->max_tmds_rate_mhz ? std::to_string(*settings->max_tmds_rate_mhz) : "-") +
+         "; eotfs " + (settings->eotfs ? Format("0x%x", *settings->eotfs) : "-");
 }
 
 // The text of the options with one of them typed as a row of
@@ -98,7 +104,10 @@ ComposeSettingsText Typed(const Line &row) {
       {"latency", &T::latency}, {"format", &T::format}, {"audio_mask", &T::audio_mask}};
   T text;
   text.sink_filter = row[0] == "sink_filter";
+  text.modern = row[0] == "modern";
   if (fields.contains(row[0])) text.*fields.at(row[0]) = row[1];
+  if (row[0] == "max_tmds_rate") text.max_tmds_rate = row[1];
+  if (row[0] == "hdr") text.hdr = row[1];
   return text;
 }
 
@@ -158,6 +167,52 @@ TEST(ToolCompose, WritesWhatComposeEdidComposes) {
     EXPECT_EQ(ReadFile(out + ".raw"), expected);
   }
   for (const char *suffix : {"", ".hex", ".raw"}) unlink((out + suffix).c_str());
+}
+
+// With the modern profile the tool writes what compose_edid_profile writes
+// for the configuration's profile with the options applied; each option
+// changes the result, so each reaches the library.
+TEST(ToolCompose, WritesWhatTheModernProfileComposes) {
+  const std::string modern = EDC_EXAMPLES_DIR "/modern-4k60-hdr.toml";
+  const std::string sink = EDC_EXAMPLES_DIR "/sony-4k-hdr-tv.bin";
+  const struct {
+    const std::string &config;
+    const char *arguments;
+    bool modern;
+    int rate_mhz;  // -1: the configuration's
+    int eotfs;     // -1: the configuration's
+  } cases[] = {
+      {kConfig, "", false, -1, -1},
+      {kConfig, "--modern", true, -1, -1},
+      {modern, "", false, -1, -1},
+      {modern, "--max-tmds-rate 300", false, 300, -1},
+      {modern, "--hdr off", false, -1, 0},
+      {modern, "--modern --max-tmds-rate 0 --hdr hlg", true, 0, CTA_EOTF_HLG},
+  };
+  const Bytes tv = ReadFile(sink);
+  std::set<Bytes> results;
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.config + " " + c.arguments);
+    ASSERT_EQ(config_store_load_file(c.config.c_str()), 0);
+    compose_profile_t profile;
+    Bytes expected(256);
+    uint8_t spa_offset = 0;
+    composer_cfg_t cfg = {{1920, 1080, 0, 60}, 0xFFFFFFFF, 0, 1, {0, 0, 0, 0}, &spa_offset, 0};
+    Capture([&] {
+      compose_profile_read(&profile);
+      profile.enabled = profile.enabled || c.modern;
+      if (c.rate_mhz >= 0) profile.max_tmds_rate_mhz = static_cast<uint16_t>(c.rate_mhz);
+      if (c.eotfs >= 0) profile.eotfs = static_cast<uint8_t>(c.eotfs);
+      EXPECT_TRUE(compose_edid_profile(tv.data(), 256, expected.data(), 256, &cfg, &profile));
+    });
+    config_store_clear();
+    const auto result = RunTool("compose --config " + c.config + " --sink " + sink + " " +
+                                c.arguments + " --format hex --quiet");
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out, edc_tool::HexText(expected));
+    results.insert(expected);
+  }
+  EXPECT_EQ(results.size(), std::size(cases));
 }
 
 // A run that fails leaves the output as it was; one that succeeds replaces
