@@ -17,7 +17,10 @@ const std::string kPath = "platform.software.drivers.avcap.edid.";
 // Every field of the record on one line.
 std::string Describe(const compose_profile_t &p) {
   std::string vics;
-  for (int i = 0; i < p.vic_count; ++i) vics += (i == 0 ? "" : ",") + std::to_string(p.vics[i]);
+  for (int i = 0; i < p.vic_count; ++i) {
+    if (i != 0) vics += ',';
+    vics += std::to_string(p.vics[i]);
+  }
   return Format("enabled %d; rate %d; scdc %d; 420 %d; dc %d/%d/%d; ", p.enabled,
                 p.max_tmds_rate_mhz, p.scdc, p.ycbcr420, p.dc_30bit_420, p.dc_36bit_420,
                 p.dc_48bit_420) +
@@ -186,10 +189,16 @@ TEST(ComposeProfileRead, KeepsOnlyDefinedVicsAbove64Once) {
 TEST(ComposeProfileRead, KeepsAtMost32Vics) {
   // VICs 65..104 are all defined: the first 32 (65..96) are kept.
   std::string vics;
-  for (int vic = 65; vic <= 104; ++vic) vics += (vic == 65 ? "" : ", ") + std::to_string(vic);
+  for (int vic = 65; vic <= 104; ++vic) {
+    if (vic != 65) vics += ", ";
+    vics += std::to_string(vic);
+  }
   const auto [profile, lines] = Read("modern.vic_priority_list = [" + vics + ", 65, 300]\n");
   std::string kept;
-  for (int vic = 65; vic <= 96; ++vic) kept += (vic == 65 ? "" : ",") + std::to_string(vic);
+  for (int vic = 65; vic <= 96; ++vic) {
+    if (vic != 65) kept += ',';
+    kept += std::to_string(vic);
+  }
   EXPECT_NE(profile.find("vics [" + kept + "];"), std::string::npos) << profile;
   const std::string list = kPath + "modern.vic_priority_list";
   // A repeat or a bad VIC beyond the limit still has its own line.

@@ -36,8 +36,10 @@ std::string RangeColumn(const KeyInfo &key) {
       std::istringstream words(key.words);
       std::vector<std::string> list{std::istream_iterator<std::string>(words), {}};
       std::string column = "each ";
-      for (size_t i = 0; i < list.size(); ++i)
-        column += (i == 0 ? "" : i + 1 == list.size() ? " or " : ", ") + list[i];
+      for (size_t i = 0; i < list.size(); ++i) {
+        if (i != 0) column += i + 1 == list.size() ? " or " : ", ";
+        column += list[i];
+      }
       return column;
     }
   }
