@@ -95,7 +95,9 @@ void ExpectProfileInvariants(const compose_profile_t &device, const cta_info_t &
   for (uint32_t i = 0; i < got.svd_count; ++i) {
     const cta_video_format_t *format = cta_video_format_find(got.svd_vics[i]);
     ASSERT_NE(format, nullptr);
-    if (got.svd_vics[i] > 64) EXPECT_LE(format->pixel_clock_khz, carried_khz) << +format->vic;
+    if (got.svd_vics[i] > 64) {
+      EXPECT_LE(format->pixel_clock_khz, carried_khz) << +format->vic;
+    }
   }
   for (uint32_t i = 0; i < got.ycbcr420_map_count; ++i) {
     const cta_video_format_t *format = cta_video_format_find(got.ycbcr420_map_vics[i]);
