@@ -62,7 +62,10 @@
  *    offered (established, standard, detailed, every VIC); every detailed
  *    timing's image size set to the screen size; sRGB claimed only when the
  *    chromaticity codes are sRGB's exactly (655, 338, 307, 614, 154, 61, 320,
- *    337 in 1/1024); 640x480 at 60 Hz among the established timings. The
+ *    337 in 1/1024); 640x480 at 60 Hz among the established timings; the
+ *    extension count at byte 0x7E and a product name descriptor (the
+ *    manufacturer ID when the configuration has no monitor_name) in a slot
+ *    the composer left without a descriptor. The
  *    extension: one native detailed timing (byte 3 bits 3-0 = 1, the base
  *    block's preferred timing, which is the first video descriptor's
  *    format), no native bit in the video descriptors, the basic-audio bit

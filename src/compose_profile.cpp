@@ -897,6 +897,54 @@ void write_extension(uint8_t *edid, const plan &p, const layout &l, uint8_t *spa
   edid[kChecksum] = checksum(edid);
 }
 
+// The composer writes the base block's extension count and checksum right
+// after its display descriptors; without a product name (or range limits)
+// they land at the start of a descriptor slot instead of bytes 0x7E-0x7F.
+// Such a slot becomes a dummy descriptor (tag 0x10, E-EDID 1.3 section
+// 3.10.3.11) and the count moves to 0x7E.
+void place_extension_count(uint8_t *edid) {
+  if (edid[kExtensionCount] == 1 || edid[kExtension + kCeaTag] != kCeaExtensionTag) return;
+  constexpr size_t kComposedTimings = 2;  // the two leading detailed timings
+  for (size_t slot = kComposedTimings; slot < kDescriptorSlots; ++slot) {
+    uint8_t *d = edid + kDescriptors + slot * kDescriptorSize;
+    const bool written = d[0] == 0 && d[1] == 0 && d[2] == 0 &&
+                         (d[kDescriptorTag] == kTagProductName || d[kDescriptorTag] == kTagRangeLimits);
+    if (written) continue;
+    if (d[0] != 1) return;  // not the composer's count: leave the block as it is
+    for (size_t rest = slot; rest < kDescriptorSlots; ++rest) {
+      uint8_t *dummy = edid + kDescriptors + rest * kDescriptorSize;
+      std::fill(dummy, dummy + kDescriptorSize, 0);
+      dummy[kDescriptorTag] = kTagDummy;
+    }
+    edid[kExtensionCount] = 1;
+    edid[kChecksum] = checksum(edid);
+    return;
+  }
+}
+
+// E-EDID 1.3 asks for a product name descriptor; a configuration without
+// monitor_name gets one in a dummy slot, holding the manufacturer ID (bytes
+// 0x08-0x09: three letters of five bits, 1 for 'A').
+void name_the_product(uint8_t *edid) {
+  uint8_t *free_slot = nullptr;
+  for (size_t slot = 0; slot < kDescriptorSlots; ++slot) {
+    uint8_t *d = edid + kDescriptors + slot * kDescriptorSize;
+    if (is_detailed_timing(d)) continue;
+    if (d[kDescriptorTag] == kTagProductName) return;
+    if (d[kDescriptorTag] == kTagDummy && free_slot == nullptr) free_slot = d;
+  }
+  if (free_slot == nullptr) return;
+  const uint32_t id = edid[kManufacturerId] << 8 | edid[kManufacturerId + 1];
+  std::fill(free_slot, free_slot + kDescriptorSize, 0);
+  free_slot[kDescriptorTag] = kTagProductName;
+  uint8_t *text = free_slot + kDescriptorText;
+  for (unsigned i = 0; i < 3; ++i)
+    text[i] = static_cast<uint8_t>(kLetterBase + bit_range(id, 14 - 5 * i, 10 - 5 * i));
+  text[3] = '\n';
+  std::fill(text + 4, text + kDescriptorTextSize, ' ');
+  edid[kChecksum] = checksum(edid);
+}
+
 bool is_composed_edid(const uint8_t *edid) {
   static constexpr std::array<uint8_t, 8> kHeaderBytes = {0x00, 0xFF, 0xFF, 0xFF,
                                                           0xFF, 0xFF, 0xFF, 0x00};
@@ -911,13 +959,18 @@ extern "C" {
 
 bool compose_profile_apply(const uint8_t *edid_block, uint32_t edid_bytes, uint8_t *new_edid,
                            const compose_profile_t *profile, uint8_t *spa_offset) {
-  if (new_edid == nullptr || profile == nullptr || !is_composed_edid(new_edid)) return false;
+  if (new_edid == nullptr || profile == nullptr) return false;
+  std::array<uint8_t, kEdidSize> result;
+  std::copy_n(new_edid, kEdidSize, result.begin());
+  place_extension_count(result.data());
+  if (!is_composed_edid(result.data())) return false;
+  name_the_product(result.data());
   cta_info_t tv;
   cta_read_edid(edid_block, edid_block != nullptr ? edid_bytes : 0, &tv);
   plan p;
   std::array<uint8_t, kMaxSvds> kept_index{};
   size_t composed_svds = 0;
-  if (!read_composed(new_edid, p, kept_index, composed_svds)) return false;
+  if (!read_composed(result.data(), p, kept_index, composed_svds)) return false;
   LOG_TRACE("Modern profile:");
 
   hdmi_video_fields fields = find_hdmi_video(p.hdmi);
@@ -936,8 +989,6 @@ bool compose_profile_apply(const uint8_t *edid_block, uint32_t edid_bytes, uint8
   pass_vendor_hdr(*profile, tv, p);
   keep_audio_third_bytes(tv, p);
 
-  std::array<uint8_t, kEdidSize> result;
-  std::copy_n(new_edid, kEdidSize, result.begin());
   layout l;
   if (!make_room(p, fields, l)) return false;
   match_image_sizes_to_screen(result.data(), p);
