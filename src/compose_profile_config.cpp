@@ -75,7 +75,8 @@ void read_vics(compose_profile_t *profile) {
     }
     if (vic <= kLastLibraryVic || cta_video_format_find(static_cast<uint32_t>(vic)) == nullptr) {
       LOG_WARNING_AS(kComposeProfileRead,
-                     "VIC %d in %s is not a CTA-861 VIC from 65 to 219. Skipping it.", vic, path);
+                     "VIC %d in %s is not a CTA-861 VIC above 64 (65-127, 193-219). Skipping it.",
+                     vic, path);
       return;
     }
     const std::span<const uint8_t> kept(profile->vics, profile->vic_count);

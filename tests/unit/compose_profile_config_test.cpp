@@ -3,7 +3,10 @@
 // the keys' documentation (examples/platform.toml): defaults without a
 // word, numbers clamped, list entries that cannot be used skipped, each with
 // a warning.
+#include <bit>
+
 #include "compose_profile.h"
+#include "config_schema.h"
 #include "cta_reader.h"
 #include "edc_test.h"
 
@@ -169,6 +172,37 @@ TEST(ComposeProfileRead, ReadsWordListsAndSkipsUnknownWords) {
                                                   ". Expected a string. Skipping it.")));
 }
 
+// The words check-config knows (the store's schema) are the words the
+// library reads, each with a bit of its own.
+TEST(ComposeProfileRead, KnowsEveryWordOfTheSchemaAndNoOther) {
+  for (const edc_store::KeyInfo &key : edc_store::Schema()) {
+    if (key.type != edc_store::Type::kWordList) continue;
+    std::istringstream words(key.words);
+    uint32_t all = 0;
+    int count = 0;
+    for (std::string word; words >> word; ++count) {
+      compose_profile_t profile;
+      std::vector<std::string> lines;
+      {
+        ScopedConfig config(kRoot + key.name + " = [\"" + word + "\"]\n");
+        lines = Lines([&] { compose_profile_read(&profile); });
+      }
+      const uint32_t bit =
+          std::string(key.name) == "modern.hdr_eotfs" ? profile.eotfs : profile.colorimetry;
+      EXPECT_TRUE(lines.empty()) << word;
+      EXPECT_EQ(std::popcount(bit), 1) << word;
+      EXPECT_EQ(all & bit, 0u) << word;
+      all |= bit;
+    }
+    // The library knows no further word: every bit it reads is one of these.
+    EXPECT_EQ(all, std::string(key.name) == "modern.hdr_eotfs"
+                       ? uint32_t{CTA_EOTF_SDR | CTA_EOTF_PQ | CTA_EOTF_HLG}
+                       : uint32_t{0xC0FF})
+        << key.name;
+    EXPECT_GT(count, 0) << key.name;
+  }
+}
+
 // VICs 65..127 and 193..219 in their order, each once; anything else is
 // skipped with a warning.
 TEST(ComposeProfileRead, KeepsOnlyDefinedVicsAbove64Once) {
@@ -179,8 +213,9 @@ TEST(ComposeProfileRead, KeepsOnlyDefinedVicsAbove64Once) {
   const std::string list = kPath + "modern.vic_priority_list";
   std::vector<std::string> expected;
   for (int vic : {64, 1, 0, -3, 128, 192, 220, 353})
-    expected.push_back(Warning(Format(
-        "VIC %d in %s is not a CTA-861 VIC from 65 to 219. Skipping it.", vic, list.c_str())));
+    expected.push_back(
+        Warning(Format("VIC %d in %s is not a CTA-861 VIC above 64 (65-127, 193-219). Skipping it.",
+                       vic, list.c_str())));
   expected.push_back(Warning("VIC 97 is listed twice in " + list + ". Skipping the repeat."));
   expected.push_back(Warning("Invalid entry in " + list + ". Expected an integer. Skipping it."));
   EXPECT_EQ(lines, expected);
@@ -202,12 +237,12 @@ TEST(ComposeProfileRead, KeepsAtMost32Vics) {
   EXPECT_NE(profile.find("vics [" + kept + "];"), std::string::npos) << profile;
   const std::string list = kPath + "modern.vic_priority_list";
   // A repeat or a bad VIC beyond the limit still has its own line.
-  EXPECT_THAT(
-      lines,
-      testing::ElementsAre(
-          Warning("VIC 65 is listed twice in " + list + ". Skipping the repeat."),
-          Warning("VIC 300 in " + list + " is not a CTA-861 VIC from 65 to 219. Skipping it."),
-          Warning(list + " holds more than 32 VICs. Dropping the 8 from VIC 97 on.")));
+  EXPECT_THAT(lines,
+              testing::ElementsAre(
+                  Warning("VIC 65 is listed twice in " + list + ". Skipping the repeat."),
+                  Warning("VIC 300 in " + list +
+                          " is not a CTA-861 VIC above 64 (65-127, 193-219). Skipping it."),
+                  Warning(list + " holds more than 32 VICs. Dropping the 8 from VIC 97 on.")));
 
   // Exactly 32: no warning.
   EXPECT_THAT(
