@@ -10,6 +10,7 @@
 
 #include "config_store.h"
 #include "corpus.h"
+#include "compose_profile.h"
 #include "edid_composer.h"
 #include "edid_decode_encode.h"
 #include "utility.h"
@@ -67,10 +68,10 @@ void BM_DecodeCorpusTelevisionsWithTraces(benchmark::State &state) {
 BENCHMARK(BM_DecodeCorpusTelevisions);
 BENCHMARK(BM_DecodeCorpusTelevisionsWithTraces);
 
-void BM_ComposeCorpusTelevisions(benchmark::State &state) {
+void ComposeCorpusTelevisions(benchmark::State &state, const char *config, bool profile) {
   const auto &edids = Televisions();
-  if (config_store_load_file(EDC_EXAMPLES_DIR "/platform.toml") != 0) {
-    state.SkipWithError("examples/platform.toml does not load");
+  if (config_store_load_file(config) != 0) {
+    state.SkipWithError("the example configuration does not load");
     return;
   }
   DiscardedStdout quiet;
@@ -82,11 +83,21 @@ void BM_ComposeCorpusTelevisions(benchmark::State &state) {
   size_t next = 0;
   for (auto _ : state) {
     const auto &bytes = edids[next++ % edids.size()];
-    benchmark::DoNotOptimize(compose_edid(bytes.data(), static_cast<int32_t>(bytes.size()), out,
-                                          sizeof out, &cfg));
+    const auto size = static_cast<int32_t>(bytes.size());
+    benchmark::DoNotOptimize(
+        profile ? compose_edid_profile(bytes.data(), size, out, sizeof out, &cfg, nullptr)
+                : compose_edid(bytes.data(), size, out, sizeof out, &cfg));
   }
   config_store_clear();
 }
+void BM_ComposeCorpusTelevisions(benchmark::State &state) {
+  ComposeCorpusTelevisions(state, EDC_EXAMPLES_DIR "/platform.toml", false);
+}
+// In the modern profile, for the 4K60 HDR example device.
+void BM_ComposeProfileCorpusTelevisions(benchmark::State &state) {
+  ComposeCorpusTelevisions(state, EDC_EXAMPLES_DIR "/modern-4k60-hdr.toml", true);
+}
+BENCHMARK(BM_ComposeProfileCorpusTelevisions);
 BENCHMARK(BM_ComposeCorpusTelevisions);
 
 }  // namespace

@@ -37,14 +37,22 @@ case $target in
   decode_fuzz | dump_fuzz | edid_input_fuzz | cta_reader_fuzz) seeds+=(tests/corpus/edid) ;;
   config_store_fuzz) seeds+=(fuzz/seeds/platform_config_fuzz) ;;
   compose_fuzz)
-    # The example configuration (comments dropped), the settings byte 1
-    # (3D as the television), then a corpus EDID.
+    # An example configuration (comments dropped), the settings byte 1 (3D
+    # as the television), then a corpus EDID: each EDID with
+    # examples/platform.toml, and with one of the two modern profile devices
+    # in turn.
     paired=$build/seeds/compose_fuzz
     if [ ! -d "$paired" ]; then
       mkdir -p "$paired"
-      config=$(grep -v '^[[:space:]]*#' examples/platform.toml | sed 's/[[:space:]]*#.*//' | grep .)
+      strip() { grep -v '^[[:space:]]*#' "$1" | sed 's/[[:space:]]*#.*//' | grep .; }
+      configs=("$(strip examples/platform.toml)" "$(strip examples/modern-4k60-hdr.toml)"
+               "$(strip examples/modern-4k30-300.toml)")
+      n=0
       for edid in tests/corpus/edid/*.bin; do
-        { printf '%s\n' "$config"; printf '\0\001'; cat "$edid"; } >"$paired/$(basename "$edid")"
+        name=$(basename "$edid")
+        { printf '%s\n' "${configs[0]}"; printf '\0\001'; cat "$edid"; } >"$paired/$name"
+        { printf '%s\n' "${configs[1 + n % 2]}"; printf '\0\001'; cat "$edid"; } >"$paired/modern-$name"
+        n=$((n + 1))
       done
     fi
     seeds+=("$paired") ;;

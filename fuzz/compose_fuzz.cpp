@@ -1,7 +1,9 @@
 // A whole composition from arbitrary input: a platform configuration text
 // and a television's EDID bytes. Whatever the bytes and the text, composing
 // must not crash, leak or hang, and a composition that succeeds gives two
-// blocks with valid checksums.
+// blocks with valid checksums. The composition goes through
+// compose_edid_profile, so a text that sets modern.enabled = 1 runs the
+// modern profile too (the seeds platform-modern-* do).
 //
 // Input: the configuration text up to the first NUL byte (loaded as
 // config_text.h says; empty when it does not load), then one byte of
@@ -15,6 +17,7 @@
 
 #include "config_store.h"
 #include "config_text.h"
+#include "compose_profile.h"
 #include "edid_composer.h"
 #include "utility.h"
 
@@ -57,7 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   cfg.spa_offset = &spa_offset;
   debug_enable(((settings >> 3) & 1) != 0);
   uint8_t out[256];
-  if (compose_edid(sink, sink_size, out, sizeof out, &cfg)) {
+  if (compose_edid_profile(sink, sink_size, out, sizeof out, &cfg, nullptr)) {
     if (BlockSum(out) != 0 || BlockSum(out + 128) != 0 || spa_offset < 128) __builtin_trap();
   }
   debug_enable(false);

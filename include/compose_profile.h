@@ -18,14 +18,19 @@
  * 2. Video. The composed video block's VICs, each once (first occurrence
  *    kept). Then the device's vic_priority_list in its order: a VIC the
  *    television declares in its video blocks whose pixel clock is at most R
- *    is appended (the full route); otherwise, when both sides do YCbCr 4:2:0
- *    for it (the television in its 4:2:0 video block or capability map, the
- *    device with ycbcr420 set) and half its pixel clock is at most R, it is
- *    offered as 4:2:0: appended with a capability-map bit when the television
- *    lists it in its video blocks, else in a YCbCr 4:2:0 video block. Then
- *    the CTA equivalent of every HDMI VIC of the composed HDMI VSDB (95, 94,
- *    93, 98) not yet listed. A VIC whose horizontal rate exceeds 255 kHz (the
- *    range-limits field) is not offered. The video block holds at most 31.
+ *    is appended (the full route), with a bit in the 4:2:0 capability map
+ *    when both sides also do it as YCbCr 4:2:0; otherwise, when both sides
+ *    do it as 4:2:0 and half its pixel clock is at most R, it goes into a
+ *    YCbCr 4:2:0 video block (4:2:0 only, not in the video block). "Both
+ *    sides do 4:2:0" means: the television has an HDMI Forum block and lists
+ *    the VIC in its 4:2:0 video block or capability map, the device has
+ *    ycbcr420, and the format's pixel clock is 590 MHz or more (HDMI 2.0
+ *    defines 4:2:0 for the 4K 50/60 Hz formats). Then the CTA equivalent of
+ *    every HDMI VIC of the composed HDMI VSDB (95, 94, 93, 98) not yet listed.
+ *    A VIC whose horizontal rate exceeds 255 kHz (the range-limits field) is
+ *    not offered. The video block holds at most 31: appended formats go
+ *    first, lowest priority first, then HDMI VICs whose equivalents cannot
+ *    be listed; 3D entries of the HDMI VSDB follow their formats.
  * 3. HDMI VSDB as composed, its Max_TMDS_Clock capped at 340 MHz.
  * 4. HDMI Forum VSDB (tag 3, OUI C4-5D-D8, 7 payload bytes) right after it,
  *    only when the television has one: version 1; Max_TMDS_Character_Rate
@@ -40,8 +45,9 @@
  *    transfer functions (television AND device; SDR, PQ, HLG) include PQ or
  *    HLG: those transfer functions, static metadata type 1 when both sides
  *    have it, and the television's luminance bytes as it gives them.
- * 7. Video capability block: QS from rgb_quantization_selectable, QY 0, the
- *    television's S_PT, S_IT, S_CE (0 when it has no such block).
+ * 7. Video capability block: QS from rgb_quantization_selectable; QY, S_PT,
+ *    S_IT and S_CE the television's (0 when it has no such block), except
+ *    an S_IT that contradicts the extension's underscan bit, which is 0.
  * 8. YCbCr 4:2:0 video block and capability map (the map built from the
  *    final video block order, as long as its last set bit needs; no map
  *    when no bit is set).
@@ -53,17 +59,21 @@
  * 11. Base block: the range-limits descriptor widened to cover every timing
  *    offered (established, standard, detailed, every VIC); every detailed
  *    timing's image size set to the screen size; sRGB claimed only when the
- *    chromaticity is sRGB's. Extension: only the first detailed timing is
- *    native, and only the first video descriptor keeps a native bit.
+ *    chromaticity codes are sRGB's exactly (655, 338, 307, 614, 154, 61, 320,
+ *    337 in 1/1024); 640x480 at 60 Hz among the established timings. The
+ *    extension: one native detailed timing (byte 3 bits 3-0 = 1, the base
+ *    block's preferred timing), only the first video descriptor keeps a
+ *    native bit, the basic-audio bit set with an audio block.
  * 12. Room: blocks in the order speaker, video, audio, HDMI VSDB, HDMI Forum
  *    VSDB, colorimetry, HDR static metadata, video capability, 4:2:0 video,
- *    4:2:0 map, vendor HDR blocks, then the extension's detailed timing and
+ *    4:2:0 map, Dolby Vision, HDR10+, then the extension's detailed timing and
  *    serial descriptor. When they do not fit in the extension, these go, one
  *    at a time, each with a trace line, until they fit: the extension's
  *    640x480 detailed timing (VIC 1 and the established timing keep it); the
- *    appended VICs, lowest priority first; the HDR10+ block; the Dolby Vision
- *    block; the 4:2:0 video block's VICs; the HDR static metadata block; the
- *    colorimetry block; the serial number descriptor. A block is never cut.
+ *    appended VICs (video block or 4:2:0 block), lowest priority first, but
+ *    never an HDMI VIC's equivalent; the HDR10+ block; the Dolby Vision
+ *    block; the HDR static metadata block; the colorimetry block; the
+ *    extension's last descriptor (the serial number). A block is never cut.
  *
  * The physical address moves with the HDMI VSDB; cfg->spa_offset receives
  * its new offset.

@@ -3,7 +3,8 @@
 #   - instructions per operation, counted by callgrind (repeatable whatever
 #     the machine is doing): decoding one television EDID, reading its
 #     modern CTA-861 blocks (cta_reader.h), composing one
-#     (configuration reading included, debug off), and a whole
+#     (configuration reading included, debug off), composing one in the
+#     modern profile (compose_profile.h, its keys read too), and a whole
 #     `edid-composer dump --summary` process;
 #   - Google Benchmark times over the corpus televisions;
 #   - the soak: every corpus EDID composed 1000 times in one process, peak RSS;
@@ -38,6 +39,9 @@ cta=$(instructions edc_perf_cta "$perf" cta tests/corpus)
 printf '  read its modern CTA-861 blocks:       %8d\n' $((cta / televisions))
 compose=$(instructions edc_perf_compose "$perf" compose tests/corpus examples/platform.toml)
 printf '  compose one (examples/platform.toml): %8d\n' $((compose / televisions))
+profile=$(instructions edc_perf_profile "$perf" profile tests/corpus examples/modern-4k60-hdr.toml)
+printf '  compose one in the modern profile:    %8d (examples/modern-4k60-hdr.toml, %s x the above)\n' \
+  $((profile / televisions)) "$(awk -v a="$profile" -v b="$compose" 'BEGIN { printf "%.2f", a / b }')"
 
 # The whole process, for every 35th television.
 total=0 runs=0 most=0

@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cstdlib>
 #include <map>
+#include <string_view>
 
 namespace edc_store {
 
@@ -26,6 +27,7 @@ const char *TypeName(Type type) {
     case Type::kStringList:
     case Type::kModeList:
     case Type::kTimingList:
+    case Type::kWordList:
       break;
   }
   return "array of strings";
@@ -79,6 +81,28 @@ const std::vector<KeyInfo> &Schema() {
       {"speaker_entry", Type::kInteger, 1, 2047, "speaker allocation bits"},
       {"audio.entry_*", Type::kInteger, 0, 0xFFFFFF,
        "a short audio descriptor, three bytes (entry_a to entry_z)"},
+      // The modern profile (compose_profile.h): read only when composing with it.
+      {"modern.enabled", Type::kInteger, 0, 1,
+       "1: compose with the modern profile (HDMI 2.0, HDR)"},
+      {"modern.max_tmds_rate", Type::kInteger, 0, 600,
+       "the device's TMDS character rate in MHz (above 340 only with SCDC)"},
+      {"modern.scdc", Type::kInteger, 0, 1, "1: the device's receiver has SCDC"},
+      {"modern.ycbcr420", Type::kInteger, 0, 1, "1: the device carries YCbCr 4:2:0"},
+      {"modern.dc_30bit_420", Type::kInteger, 0, 1, "1: 30-bit deep colour in YCbCr 4:2:0"},
+      {"modern.dc_36bit_420", Type::kInteger, 0, 1, "1: 36-bit deep colour in YCbCr 4:2:0"},
+      {"modern.dc_48bit_420", Type::kInteger, 0, 1, "1: 48-bit deep colour in YCbCr 4:2:0"},
+      {"modern.vic_priority_list", Type::kIntegerList, 65, 219,
+       "CTA-861 VICs the device carries, in order; at most 32"},
+      {"modern.hdr_eotfs", Type::kWordList, 0, 0, "HDR transfer functions the device carries",
+       "SDR PQ HLG"},
+      {"modern.hdr_static_metadata_type1", Type::kInteger, 0, 1,
+       "1: the device takes static metadata type 1"},
+      {"modern.colorimetry", Type::kWordList, 0, 0, "colorimetries the device carries",
+       "xvYCC601 xvYCC709 sYCC601 opYCC601 opRGB BT2020cYCC BT2020YCC BT2020RGB ICtCp ST2113RGB"},
+      {"modern.vendor_hdr", Type::kInteger, 0, 1,
+       "1: pass the television's Dolby Vision and HDR10+ blocks"},
+      {"modern.rgb_quantization_selectable", Type::kInteger, 0, 1,
+       "1: declare the RGB quantization range selectable"},
   };
   return schema;
 }
@@ -207,6 +231,45 @@ std::string Quoted(const std::string &text) {
   return "\"" + text + "\"";
 }
 
+std::vector<std::string> Words(const KeyInfo &key) {
+  std::vector<std::string> words;
+  std::string word;
+  for (const char *c = key.words != nullptr ? key.words : "";; ++c) {
+    if (*c != ' ' && *c != '\0') {
+      word += *c;
+      continue;
+    }
+    if (!word.empty()) words.push_back(word);
+    word.clear();
+    if (*c == '\0') return words;
+  }
+}
+
+bool SameWord(const std::string &a, const std::string &b) {
+  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+           return std::tolower(static_cast<unsigned char>(x)) ==
+                  std::tolower(static_cast<unsigned char>(y));
+         });
+}
+
+// "SDR, PQ or HLG".
+std::string WordsText(const KeyInfo &key) {
+  const std::vector<std::string> words = Words(key);
+  std::string text;
+  for (size_t i = 0; i < words.size(); ++i) {
+    if (i != 0) text += i + 1 == words.size() ? " or " : ", ";
+    text += words[i];
+  }
+  return text;
+}
+
+// A table whose name begins keys of the schema ("audio", "modern").
+bool IsSection(const std::string &name) {
+  return std::any_of(Schema().begin(), Schema().end(), [&](const KeyInfo &key) {
+    return std::string_view(key.name).starts_with(name + ".");
+  });
+}
+
 struct Checker {
   std::vector<std::string> findings;
 
@@ -232,6 +295,12 @@ struct Checker {
       if (index == kStandardTimingSlots)
         add(e, std::string(key.name) + " holds " + std::to_string(list.children) +
                    " timings; the base block has room for 8 and the rest are dropped");
+    } else if (key.type == Type::kWordList) {
+      const std::vector<std::string> words = Words(key);
+      if (std::none_of(words.begin(), words.end(),
+                       [&](const std::string &word) { return SameWord(word, e.text); }))
+        add(e,
+            where + " " + Quoted(e.text) + " is not " + WordsText(key) + "; the library skips it");
     } else if (key.type == Type::kModeList) {
       const std::string taken = ModeTaken(e.text);
       if (taken.empty())
@@ -252,15 +321,15 @@ struct Checker {
       return;
     }
     if (key.type == Type::kInteger && (e.integer < key.min || e.integer > key.max)) {
-      add(e, e.key + " = " + std::to_string(e.integer) + " is out of range (" +
+      add(e, name + " = " + std::to_string(e.integer) + " is out of range (" +
                  std::to_string(key.min) + " to " + std::to_string(key.max) + ")");
     } else if (key.type == Type::kString) {
       if (static_cast<int64_t>(e.text.size()) > key.max)
-        add(e, e.key + " holds " + std::to_string(e.text.size()) + " characters; only " +
+        add(e, name + " holds " + std::to_string(e.text.size()) + " characters; only " +
                    std::to_string(key.max) + " fit");
       if (std::any_of(e.text.begin(), e.text.end(),
                       [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }))
-        add(e, e.key + " holds control characters; they go into the EDID as they are");
+        add(e, name + " holds control characters; they go into the EDID as they are");
     }
   }
 };
@@ -307,7 +376,7 @@ std::vector<std::string> SchemaFindings(const std::vector<Entry> &entries) {
         checker.element(*list, parent, e, static_cast<size_t>(std::atol(e.key.c_str())));
       continue;  // below a value of the wrong type: reported there
     }
-    if (name == "audio" && e.kind == Kind::kTable) continue;
+    if (e.kind == Kind::kTable && IsSection(name)) continue;
     const std::string nearest = Nearest(e.path);
     checker.add(
         e, "unknown key " + Quoted(name) + "; did you mean " +

@@ -13,13 +13,15 @@ namespace edc_store {
 enum class Kind { kTable, kArray, kInteger, kString, kOther };
 
 // What a key holds.
-enum class Type { kInteger, kString, kIntegerList, kStringList, kModeList, kTimingList };
+// A word list's elements are words of its own (any case).
+enum class Type { kInteger, kString, kIntegerList, kStringList, kModeList, kTimingList, kWordList };
 
 struct KeyInfo {
   const char *name;  // below platform.software.drivers.avcap.edid.
   Type type;
   int64_t min, max;  // an integer's range, a string's length, a list element's range
   const char *meaning;
+  const char *words = nullptr;  // a word list's words, separated by blanks
 };
 
 // "integer", "string", "array of integers" or "array of strings".

@@ -5,6 +5,7 @@
 //   edc_perf decode CORPUS_DIR
 //   edc_perf cta CORPUS_DIR   (the modern CTA-861 reader)
 //   edc_perf compose CORPUS_DIR PLATFORM_TOML
+//   edc_perf profile CORPUS_DIR PLATFORM_TOML   (compose_edid_profile, its keys read too)
 // Prints the number of EDIDs on standard error; the library's own lines go
 // to standard output.
 //
@@ -19,6 +20,7 @@
 #include <cstring>
 #include <string>
 
+#include "compose_profile.h"
 #include "config_store.h"
 #include "corpus.h"
 #include "cta_reader.h"
@@ -53,6 +55,17 @@ extern "C" __attribute__((noinline)) void edc_perf_compose(const Edids &edids) {
     compose_edid(bytes.data(), static_cast<int32_t>(bytes.size()), out, sizeof out, &cfg);
 }
 
+extern "C" __attribute__((noinline)) void edc_perf_profile(const Edids &edids) {
+  composer_cfg_t cfg{};
+  cfg.hdmi_current_mode = {1920, 1080, 0, 60};
+  cfg.audio_mask = 0xFFFFFFFF;
+  cfg.setting_3d = 1;
+  uint8_t out[256];
+  for (const auto &bytes : edids)
+    compose_edid_profile(bytes.data(), static_cast<int32_t>(bytes.size()), out, sizeof out, &cfg,
+                         nullptr);
+}
+
 // Peak resident set size so far, in KiB.
 long PeakRssKib() {
   rusage usage{};
@@ -78,7 +91,7 @@ int Soak(const char *corpus_dir, long rounds) {
 
 int main(int argc, char **argv) {
   if (argc < 3) {
-    fprintf(stderr, "usage: edc_perf decode|cta|compose CORPUS_DIR [PLATFORM_TOML]\n");
+    fprintf(stderr, "usage: edc_perf decode|cta|compose|profile CORPUS_DIR [PLATFORM_TOML]\n");
     return 2;
   }
   if (strcmp(argv[1], "soak") == 0 && argc == 5) {
@@ -93,6 +106,9 @@ int main(int argc, char **argv) {
   } else if (strcmp(argv[1], "compose") == 0 && argc == 4) {
     if (config_store_load_file(argv[3]) != 0) return 2;
     edc_perf_compose(edids);
+  } else if (strcmp(argv[1], "profile") == 0 && argc == 4) {
+    if (config_store_load_file(argv[3]) != 0) return 2;
+    edc_perf_profile(edids);
   } else {
     fprintf(stderr, "edc_perf: unknown operation %s\n", argv[1]);
     return 2;

@@ -1,10 +1,12 @@
 // The schema of the configuration keys, held together with what documents
 // them: the README's key reference lists exactly the schema's keys with
-// their type and range, examples/platform.toml sets every one of them, and
-// check-config finds nothing to say about it.
+// their type and range, examples/platform.toml sets every one of them (the
+// modern profile's commented out; its two examples set those), and
+// check-config finds nothing to say about any of the three.
 #include "config_schema.h"
 
 #include <fstream>
+#include <iterator>
 #include <sstream>
 
 #include "edc_test.h"
@@ -30,6 +32,14 @@ std::string RangeColumn(const KeyInfo &key) {
     case Type::kStringList:
     case Type::kTimingList:
       return "at most 8 used";
+    case Type::kWordList: {
+      std::istringstream words(key.words);
+      std::vector<std::string> list{std::istream_iterator<std::string>(words), {}};
+      std::string column = "each ";
+      for (size_t i = 0; i < list.size(); ++i)
+        column += (i == 0 ? "" : i + 1 == list.size() ? " or " : ", ") + list[i];
+      return column;
+    }
   }
   return "";
 }
@@ -54,16 +64,32 @@ TEST(ConfigSchema, ReadmeReferenceAndExampleAgreeWithTheSchema) {
   const size_t end = readme.find("\n\n", rows);
   EXPECT_EQ(readme.substr(rows, end + 1 - rows), expected) << "README.md's key reference";
 
+  // The modern profile's keys are there commented out: the example's
+  // composition is the default one. The profile's own examples set them.
   const std::string example = FileText(EDC_EXAMPLES_DIR "/platform.toml");
+  const std::string modern[] = {FileText(EDC_EXAMPLES_DIR "/modern-4k60-hdr.toml"),
+                                FileText(EDC_EXAMPLES_DIR "/modern-4k30-300.toml")};
   for (const KeyInfo &key : edc_store::Schema()) {
     std::string name = key.name;
     if (name.ends_with('*')) name.back() = 'a';
-    EXPECT_NE(example.find("\n" + name + " = "), std::string::npos)
-        << name << " is not set in examples/platform.toml";
+    if (!name.starts_with("modern.")) {
+      EXPECT_NE(example.find("\n" + name + " = "), std::string::npos)
+          << name << " is not set in examples/platform.toml";
+      continue;
+    }
+    EXPECT_EQ(example.find("\n" + name + " = "), std::string::npos)
+        << name << " is set in examples/platform.toml";
+    EXPECT_NE(example.find("\n# " + name + " = "), std::string::npos)
+        << name << " is not shown in examples/platform.toml";
+    for (const std::string &text : modern)
+      EXPECT_NE(text.find("\n" + name + " = "), std::string::npos)
+          << name << " is not set in a modern-*.toml example";
   }
-  const auto checked = RunTool("check-config " EDC_EXAMPLES_DIR "/platform.toml");
-  EXPECT_EQ(checked.status, 0);
-  EXPECT_EQ(checked.err, "");
+  for (const char *file : {"platform.toml", "modern-4k60-hdr.toml", "modern-4k30-300.toml"}) {
+    const auto checked = RunTool(std::string("check-config " EDC_EXAMPLES_DIR "/") + file);
+    EXPECT_EQ(checked.status, 0) << file;
+    EXPECT_EQ(checked.err, "") << file;
+  }
 }
 
 }  // namespace
