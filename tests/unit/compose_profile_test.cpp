@@ -19,6 +19,7 @@
 #include "edc_test.h"
 
 using namespace edc_test;  // NOLINT: record and command helpers throughout
+using testing::Contains;
 
 namespace {
 
@@ -110,6 +111,13 @@ Bytes Extension(uint8_t support, const std::vector<std::string> &blocks,
   return ext;
 }
 
+// Where the range limits descriptor is in a base block (0 when it has none).
+size_t RangeLimits(const Bytes &edid) {
+  for (size_t at = 0x36; at < 0x7E; at += 18)
+    if (edid[at] == 0 && edid[at + 1] == 0 && edid[at + 3] == 0xFD) return at;
+  return 0;
+}
+
 // The base block the profile makes of a composed one (step 11): the range
 // limits descriptor's bytes 5-9 as given ("min-V max-V min-H max-H clock/10"),
 // every detailed timing's image size the screen's 160 x 90 cm (1600 = 0x640,
@@ -117,17 +125,13 @@ Bytes Extension(uint8_t support, const std::vector<std::string> &blocks,
 // extension, and both checksums.
 Bytes Expected(const Bytes &composed, const std::string &limits, bool srgb, const Bytes &ext) {
   Bytes edid(composed.begin(), composed.begin() + 128);
-  bool has_limits = false;
-  for (size_t at = 0x36; at < 0x7E; at += 18) {
-    if (edid[at] != 0 || edid[at + 1] != 0) {
+  for (size_t at = 0x36; at < 0x7E; at += 18)
+    if (edid[at] != 0 || edid[at + 1] != 0)
       edid[at + 12] = 0x40, edid[at + 13] = 0x84, edid[at + 14] = 0x63;
-    } else if (edid[at + 3] == 0xFD) {
-      const Bytes values = Hex(limits);
-      std::copy(values.begin(), values.end(), edid.begin() + at + 5);
-      has_limits = true;
-    }
-  }
-  EXPECT_TRUE(has_limits) << "the composed base block has no range limits";
+  const size_t at = RangeLimits(edid);
+  EXPECT_NE(at, 0u) << "the composed base block has no range limits";
+  const Bytes values = Hex(limits);
+  if (at != 0) std::copy(values.begin(), values.end(), edid.begin() + at + 5);
   edid[0x18] = static_cast<uint8_t>((edid[0x18] & ~0x04) | (srgb ? 0x04 : 0));
   edid.insert(edid.end(), ext.begin(), ext.end());
   Sum(edid, 0);
@@ -266,11 +270,33 @@ void ExpectProfile(const Bytes &tv, const compose_profile_t &device,
   const Composed plain = Compose(tv, nullptr, true, cfg);
   ASSERT_TRUE(plain.ok);
   ASSERT_EQ(DataBlocks(plain.bytes), composed_blocks) << "compose_edid's output changed";
-  const Bytes expected = Expected(plain.bytes, limits, srgb, ext);
+  Bytes expected = Expected(plain.bytes, limits, srgb, ext);
   EXPECT_EQ(CheckReport(expected), "") << "the expected EDID itself fails";
 
   const Composed result = Compose(tv, &device, false, cfg);
   ASSERT_TRUE(result.ok);
+  // The range limits: limits are the tightest cover of every timing offered
+  // (each bound the composed one or beyond it). The rules do not fix the
+  // rounding, so a bound may lie one unit further out (23.976 Hz as 22, 135
+  // kHz as 136); the pixel clock is the next 10 MHz. Within that, the
+  // profile's bytes are taken for the comparison below.
+  const size_t at = RangeLimits(result.bytes);
+  ASSERT_NE(at, 0u);
+  const Bytes tight = Hex(limits);
+  const int slack[5] = {-1, 1, -1, 1, 0};
+  bool within = true;
+  for (int i = 0; i < 5; ++i) {
+    const int actual = result.bytes[at + 5 + i], wanted = tight[i];
+    within &= slack[i] < 0 ? actual <= wanted && actual >= wanted - 1
+                           : actual >= wanted && actual <= wanted + slack[i];
+  }
+  EXPECT_TRUE(within) << "range limits " << HexText(result.bytes, at + 5, 5) << ", covering "
+                      << limits;
+  if (within) {
+    std::copy(result.bytes.begin() + at + 5, result.bytes.begin() + at + 10,
+              expected.begin() + at + 5);
+    Sum(expected, 0);
+  }
   EXPECT_EQ(Dump(result.bytes), Dump(expected));
   EXPECT_EQ(DataBlocks(result.bytes), DataBlocks(expected));
   EXPECT_EQ(result.spa_offset, spa_offset);
@@ -294,6 +320,8 @@ const char kSonySpeaker[] = "83 0F 00 00";
 const char kSonyAudio[] = "32 09 07 05 0D 7F 07 15 07 50 3D 07 BC 57 06 01 67 04 03";
 const char kSonyHdmi[] = "6E 03 0C 00 42 00 00 3C 20 00 80 01 02 03 04";
 const char kSonyDolby[] = "EB 01 46 D0 00 44 03 88 88 62 76 97";
+// Under a device doing 4:2:0 at 600 MHz: 97 96 101 102 at indices 5-8 of the video block.
+const char kSonyMap[] = "E3 0F E0 01";
 
 // Profile off -------------------------------------------------------------------------------------
 
@@ -333,46 +361,55 @@ TEST(ComposeProfile, Hdr4k60TelevisionThroughA600MhzDevice) {
   const compose_profile_t device = Device(600, true, true, {97, 96, 101, 102});
   // 1. R = min(600, the television's 600) = 600.
   // 2. 16 4 5 3 1 as composed (16 native), then 97 96 101 102, each declared and
-  //    594 MHz <= 600: the full route, no 4:2:0 (so no map). Then the HDMI VICs
+  //    594 MHz <= 600: the full route; the Sony maps all four to 4:2:0, has an
+  //    HDMI Forum block, the device does 4:2:0, 594 >= 590: a map bit each, at
+  //    indices 5 6 7 8 of the final video block (E0 01). Then the HDMI VICs
   //    1 2 3 4 as 95 94 93 98. Horizontal rates at most 135 kHz.
-  // 3. TMDS 300 MHz stays. 4. 120 x 5 MHz, SCDC (bit 7), UHD_VIC (bit 3); no 4:2:0
-  //    format, so no DC_420 bit. 5. xvYCC 601/709 composed + (DF & C0) = C3, MD0
-  //    gone. 6. 0D & 0D, type 1, no luminance bytes. 7. QS, the television's CB
-  //    gives S_IT 10 S_CE 11: 4B. 9. Dolby Vision copied. 10. E-AC-3 and MAT
-  //    already carry the television's third byte.
+  // 3. TMDS 300 MHz stays. 4. 120 x 5 MHz, SCDC (bit 7), UHD_VIC (bit 3); 4:2:0
+  //    offered: DC_36/30_420 03 AND the device's 03. 5. xvYCC 601/709 composed
+  //    + (DF AND C0) = C3, MD0 gone. 6. 0D AND 0D, type 1, no luminance bytes.
+  //    7. QS, and the Sony's CB: QY, S_IT 10 (agrees with the underscan bit),
+  //    S_CE 11. 9. Dolby Vision copied. 10. E-AC-3 and MAT already carry the
+  //    television's third byte. 12. 4 + 87 + 36 = 127 bytes: just fits.
   const Bytes ext = Extension(kSupport,
                               {kSonySpeaker, "4D 90 04 05 03 01 61 60 65 66 5F 5E 5D 62", kSonyAudio,
-                               kSonyHdmi, "67 D8 5D C4 01 78 80 08", "E3 05 C3 00", "E3 06 0D 01",
-                               "E2 00 4B", kSonyDolby},
+                               kSonyHdmi, "67 D8 5D C4 01 78 80 0B", "E3 05 C3 00", "E3 06 0D 01",
+                               "E2 00 CB", kSonyMap, kSonyDolby},
                               {kDtd640, kSerial});
-  // 11. Timings 24 Hz (93, 98) to 60 Hz, 31.5 to 135 kHz, up to 594 MHz: the
-  // composed 49-61 Hz, 15-70 kHz, 150 MHz widen to 24-61, 15-135, 600. The
+  // 11. Timings 23.976 Hz (93 and 98 at 24/1.001) to 60 Hz, 31.5 to 135 kHz, up to
+  // 594 MHz: the composed 49-61 Hz, 15-70 kHz, 150 MHz widen to 23-61, 15-135, 600. The
   // Sony's chromaticity is not sRGB's. The HDMI VSDB's address at 128 + 4 +
   // 4 + 14 + 19 + 4 = 173.
-  ExpectProfile(SonyHdrTv(), device, kSonyComposed, "18 3D 0F 87 3C", false, ext, 173);
+  ExpectProfile(SonyHdrTv(), device, kSonyComposed, "17 3D 0F 87 3C", false, ext, 173);
 }
 
 // (b) The same television through a device of 300 MHz without SCDC but with
 // 4:2:0, and through one of 600 MHz without SCDC (limited to 340): both the same.
 TEST(ComposeProfile, Hdr4k60TelevisionThroughADeviceWithoutScdcGets4k60As420Only) {
   ScopedConfig config(kConfig);
-  // 1. R = 300 (or 340). 2. 97 96 101 102 need 594 MHz > R; the television
-  //    maps all four to 4:2:0, the device does it, 297 <= R: offered as 4:2:0,
-  //    appended with a map bit (listed in the television's video block). They
-  //    stand at indices 5 6 7 8 of the final video block: map E0 01.
+  // 1. R = 300 (or 340). 2. 97 96 101 102 need 594 MHz > R; both sides do
+  //    them as 4:2:0 and 297 <= R: 4:2:0 only, in a YCbCr 4:2:0 video block,
+  //    not in the video block. The HDMI VICs bring 95 94 93 98.
   // 4. R <= 340: rate 0, no SCDC; UHD_VIC; DC_30/36_420 both sides: 0B.
-  // 12. 4 + 87 bytes of blocks + 36 of descriptors = 127: just fits.
-  const Bytes ext = Extension(kSupport,
-                              {kSonySpeaker, "4D 90 04 05 03 01 61 60 65 66 5F 5E 5D 62", kSonyAudio,
-                               kSonyHdmi, "67 D8 5D C4 01 00 00 0B", "E3 05 C3 00", "E3 06 0D 01",
-                               "E2 00 4B", "E3 0F E0 01", kSonyDolby},
-                              {kDtd640, kSerial});
+  // 8. No format in the video block does 4:2:0: no map.
+  std::vector<std::string> blocks = {
+      kSonySpeaker,         "49 90 04 05 03 01 5F 5E 5D 62", kSonyAudio, kSonyHdmi,
+      "67 D8 5D C4 01 00 00 0B", "E3 05 C3 00", "E3 06 0D 01", "E2 00 CB", "E5 0E 61 60 65 66",
+      kSonyDolby};
+  const Bytes ext = Extension(kSupport, blocks, {kDtd640, kSerial});
   // 11. The 4:2:0 formats still have their 594 MHz pixel clock.
   for (const compose_profile_t &device :
        {Device(300, false, true, {97, 96, 101, 102}), Device(600, false, true, {97, 96, 101, 102})}) {
     SCOPED_TRACE(device.max_tmds_rate_mhz);
-    ExpectProfile(SonyHdrTv(), device, kSonyComposed, "18 3D 0F 87 3C", false, ext, 173);
+    ExpectProfile(SonyHdrTv(), device, kSonyComposed, "17 3D 0F 87 3C", false, ext, 169);
   }
+  // 4. The DC_420 bits are both sides': a device without 12-bit 4:2:0 leaves
+  // DC_30bit_420 alone (03 AND 01).
+  compose_profile_t no12bit = Device(300, false, true, {97, 96, 101, 102});
+  no12bit.dc_36bit_420 = false;
+  blocks[4] = "67 D8 5D C4 01 00 00 09";
+  ExpectProfile(SonyHdrTv(), no12bit, kSonyComposed, "17 3D 0F 87 3C", false,
+                Extension(kSupport, blocks, {kDtd640, kSerial}), 169);
   // A television whose HDMI Forum block gives rate 0 (340 MHz or less) limits
   // a 600 MHz device with SCDC alike: R = 340.
   Bytes rate0 = SonyHdrTv();
@@ -380,16 +417,16 @@ TEST(ComposeProfile, Hdr4k60TelevisionThroughADeviceWithoutScdcGets4k60As420Only
   rate0[0xC5] = 0;
   Sum(rate0, 128);
   ExpectProfile(rate0, Device(600, true, true, {97, 96, 101, 102}), kSonyComposed,
-                "18 3D 0F 87 3C", false, ext, 173);
+                "17 3D 0F 87 3C", false, ext, 169);
   // Without 4:2:0 on the device there is no route for them at all.
   const Bytes no420 = Extension(kSupport,
                                 {kSonySpeaker, "49 90 04 05 03 01 5F 5E 5D 62", kSonyAudio, kSonyHdmi,
-                                 "67 D8 5D C4 01 00 00 08", "E3 05 C3 00", "E3 06 0D 01", "E2 00 4B",
+                                 "67 D8 5D C4 01 00 00 08", "E3 05 C3 00", "E3 06 0D 01", "E2 00 CB",
                                  kSonyDolby},
                                 {kDtd640, kSerial});
-  // 24-61 Hz, 15-70 kHz stays, 297 MHz -> 300.
+  // 23-61 Hz, 15-70 kHz stays, 297 MHz -> 300.
   ExpectProfile(SonyHdrTv(), Device(300, false, false, {97, 96, 101, 102}), kSonyComposed,
-                "18 3D 0F 46 1E", false, no420, 169);
+                "17 3D 0F 46 1E", false, no420, 169);
 }
 
 // The HDR part of (a) as the device's capabilities change: the transfer
@@ -416,11 +453,12 @@ TEST(ComposeProfile, HdrBlocksFollowBothSidesCapabilities) {
     device.vendor_hdr = c.vendor_hdr;
     std::vector<std::string> blocks = {kSonySpeaker, "4D 90 04 05 03 01 61 60 65 66 5F 5E 5D 62",
                                        kSonyAudio,   kSonyHdmi,
-                                       "67 D8 5D C4 01 78 80 08", "E3 05 C3 00"};
+                                       "67 D8 5D C4 01 78 80 0B", "E3 05 C3 00"};
     if (!c.hdr.empty() && c.hdr[0].starts_with("E3 06")) blocks.push_back(c.hdr[0]);
-    blocks.push_back("E2 00 4B");
+    blocks.push_back("E2 00 CB");
+    blocks.push_back(kSonyMap);
     if (c.hdr.size() > 1) blocks.push_back(c.hdr[1]);
-    ExpectProfile(SonyHdrTv(), device, kSonyComposed, "18 3D 0F 87 3C", false,
+    ExpectProfile(SonyHdrTv(), device, kSonyComposed, "17 3D 0F 87 3C", false,
                   Extension(kSupport, blocks, {kDtd640, kSerial}), 173);
   }
 }
@@ -438,66 +476,77 @@ TEST(ComposeProfile, AudioThirdByteIsTheTelevisionsForTheSameFormat) {
   const Bytes ext = Extension(kSupport,
                               {kSonySpeaker, "4D 90 04 05 03 01 61 60 65 66 5F 5E 5D 62",
                                "32 09 07 05 57 06 01 67 04 03 0D 7F 07 15 07 50 3D 07 BC",
-                               kSonyHdmi, "67 D8 5D C4 01 78 80 08", "E3 05 C3 00", "E3 06 0D 01",
-                               "E2 00 4B", kSonyDolby},
+                               kSonyHdmi, "67 D8 5D C4 01 78 80 0B", "E3 05 C3 00", "E3 06 0D 01",
+                               "E2 00 CB", kSonyMap, kSonyDolby},
                               {kDtd640, kSerial});
-  ExpectProfile(SonyHdrTv(), device, composed, "18 3D 0F 87 3C", false, ext, 173);
+  ExpectProfile(SonyHdrTv(), device, composed, "17 3D 0F 87 3C", false, ext, 173);
 }
 
-// The television's S_IT (always underscanned, 10, or always overscanned, 01)
-// and the device's underscan flag (CTA byte 3 bit 7) can disagree; the
-// profile's promise is an EDID that edid-decode --check accepts, whichever
-// of the two it changes.
-TEST(ComposeProfile, ScanBehaviourAndUnderscanFlagAgree) {
+// Step 7: the television's S_IT (10 always underscanned, 01 always
+// overscanned) is kept unless it contradicts the device's underscan flag
+// (CTA byte 3 bit 7, from the configuration), which stays as it is; the
+// result passes edid-decode --check either way.
+TEST(ComposeProfile, ScanBehaviourThatContradictsTheUnderscanFlagIsCleared) {
+  const Bytes overscanning = Television({"83 01 00 00", "44 61 60 10 04", "23 09 07 07",
+                                         "68 03 0C 00 10 00 00 44 00",
+                                         "67 D8 5D C4 01 78 80 00", "E2 00 47"});
   struct Case {
     const char *underscan;
     Bytes tv;
+    const char *vcdb;  // QS from the device, the television's other bits
   } const cases[] = {
-      {"underscan = 0", SonyHdrTv()},  // the Sony's VCDB: S_IT 10
-      {"underscan = 1", Television({"83 01 00 00", "44 61 60 10 04", "23 09 07 07",
-                                    "68 03 0C 00 10 00 00 44 00", "67 D8 5D C4 01 78 80 00",
-                                    "E2 00 47"})},  // S_IT 01
+      {"underscan = 0", SonyHdrTv(), "E2 00 C3"},     // CB: S_IT 10 contradicts
+      {"underscan = 1", SonyHdrTv(), "E2 00 CB"},     // agrees
+      {"underscan = 1", overscanning, "E2 00 43"},    // 47: S_IT 01 contradicts
+      {"underscan = 0", overscanning, "E2 00 47"},    // agrees
   };
   for (const Case &c : cases) {
-    SCOPED_TRACE(c.underscan);
+    SCOPED_TRACE(std::string(c.underscan) + " " + c.vcdb);
     ScopedConfig config(ConfigWith("underscan", c.underscan));
     const compose_profile_t device = Device(600, true, true, {97, 96, 101, 102});
+    const Composed plain = Compose(c.tv, nullptr, true);
     const Composed result = Compose(c.tv, &device, false);
     ASSERT_TRUE(result.ok);
+    EXPECT_THAT(DataBlocks(result.bytes), Contains(std::string(c.vcdb)));
+    EXPECT_EQ(result.bytes[131] & 0x80, plain.bytes[131] & 0x80);
     EXPECT_EQ(CheckReport(result.bytes), "");
   }
 }
 
-// A television whose HDMI Forum block is 600 MHz with 12-bit 4:2:0, with a
-// 4:2:0 video block of 4K100 (117) and 4K120 (118), HDR SDR/PQ with luminance,
-// no colorimetry and no video capability block.
+// A television whose HDMI Forum block is 600 MHz with 12-bit 4:2:0: 4K60/50
+// (97 96), 4K30 (95), 1080p60 and 720p60, with 4:2:0 capability for the first
+// four of them; a 4:2:0 video block of 4K100 (117) and 4K120 (118); HDR
+// SDR/PQ with luminance; no colorimetry and no video capability block.
 const std::vector<std::string> kTv420 = {
-    "83 01 00 00", "44 61 60 10 04", "23 09 07 07", "68 03 0C 00 10 00 00 44 00",
-    "67 D8 5D C4 01 78 80 02", "E3 0E 75 76", "E6 06 05 01 78 5A 10"};
+    "83 01 00 00", "45 61 60 5F 10 04", "23 09 07 07", "68 03 0C 00 10 00 00 44 00",
+    "67 D8 5D C4 01 78 80 02", "E3 0E 75 76", "E3 0F 0F 00", "E6 06 05 01 78 5A 10"};
 
-// A 600 MHz device on formats the television takes in 4:2:0 only.
-TEST(ComposeProfile, FourTwoZeroOnlyFormatsGoInA420VideoBlockWithinTheRangeLimitsField) {
+// A 600 MHz device on formats the television takes in 4:2:0, and on formats
+// it maps to 4:2:0 below 590 MHz.
+TEST(ComposeProfile, FourTwoZeroWithinTheRangeLimitsFieldAndOnlyFor4k50And60) {
   ScopedConfig config(kConfig);
-  const compose_profile_t device = Device(600, true, true, {118, 117, 97, 96});
+  const compose_profile_t device = Device(600, true, true, {118, 117, 97, 96, 95});
   // 2. 118 (3840x2160@120: 4400 x 2250 at 1188 MHz, 270 kHz) exceeds 255 kHz:
   //    not offered. 117 (@100: 5280 x 2250, 225 kHz) is not in the television's
   //    video block and 1188 > 600; both sides do 4:2:0 for it, 594 <= 600:
-  //    a 4:2:0 video block. 97 96 the full route.
+  //    the 4:2:0 video block. 97 96 95 the full route; 97 and 96 (594 MHz)
+  //    with a map bit, at indices 4 and 5 of the final video block (30); 95
+  //    without: 297 MHz is below 590, where HDMI 2.0 has no 4:2:0.
   // 4. 600 MHz, SCDC; no HDMI VIC; 4:2:0 offered: 02 AND 03 = 02.
   // 5. No television colorimetry, nothing composed: no block.
   // 6. 05 AND 0D = 05, type 1, luminance 78 5A 10 as given.
   // 7. QS only (no television VCDB).
   const Bytes ext =
       Extension(kSupport,
-                {"83 0F 00 00", "46 90 04 03 01 61 60", "23 09 07 07",
+                {"83 0F 00 00", "47 90 04 03 01 61 60 5F", "23 09 07 07",
                  "68 03 0C 00 12 00 00 00 00", "67 D8 5D C4 01 78 80 02", "E6 06 05 01 78 5A 10",
-                 "E2 00 40", "E2 0E 75"},
+                 "E2 00 40", "E2 0E 75", "E2 0F 30"},
                 {kDtd640, kSerial});
-  // 11. Up to 100 Hz, 225 kHz (E1), 1188 MHz -> 119 x 10 (77); 50 Hz does not
-  // lower 49. The television's chromaticity is sRGB's: sRGB stays claimed.
+  // 11. From 29.97 Hz (95) up to 100 Hz, 225 kHz (E1), 1188 MHz -> 119 x 10
+  // (77). The television's chromaticity is sRGB's: sRGB stays claimed.
   ExpectProfile(Television(kTv420), device,
                 {"83 0F 00 00", "44 90 04 03 01", "23 09 07 07", "68 03 0C 00 12 00 00 00 00"},
-                "31 64 0F E1 77", true, ext, 151);
+                "1D 64 0F E1 77", true, ext, 152);
 }
 
 // (c) An HDMI 1.4 television: HDMI VSDB at 340 MHz with HDMI VICs 1-3, 4K30/25/24
@@ -520,11 +569,11 @@ TEST(ComposeProfile, Hdmi14TelevisionGetsConformityOnly) {
                                "6D 03 0C 00 12 00 00 44 20 00 60 01 02 03", "E3 05 01 00",
                                "E2 00 40"},
                               {kDtd640, kSerial});
-  // 11. 24 Hz (93), 67.5 kHz stays within 70, 297 MHz -> 30; sRGB stays.
+  // 11. 23.976 Hz (93), 67.5 kHz stays within 70, 297 MHz -> 30; sRGB stays.
   ExpectProfile(Television(kTvHdmi14), device,
                 {"83 0F 00 00", "44 90 04 03 01", "23 09 07 07",
                  "6D 03 0C 00 12 00 00 50 20 00 60 01 02 03", "E3 05 01 01"},
-                "18 3D 0F 46 1E", true, ext, 152);
+                "17 3D 0F 46 1E", true, ext, 152);
 }
 
 // (d) A television with an HDMI Forum block (600 MHz, SCDC, no 4:2:0) and 4K60/50,
@@ -552,6 +601,43 @@ TEST(ComposeProfile, TelevisionWithoutHdrGetsNoHdrBlockAndNoVendorHdr) {
                 "31 3D 0F 87 3C", true, ext, 151);
 }
 
+// Step 11: sRGB stays claimed only with sRGB's chromaticity codes exactly; one
+// code off (red x 654 instead of 655) and it goes.
+TEST(ComposeProfile, SrgbOnlyWithItsExactChromaticity) {
+  ScopedConfig config(kConfig);
+  Bytes tv = Television(kTvHdmi14);
+  for (uint8_t low : {0xEE, 0xAE}) {  // red x low bits 11 (655) or 10 (654)
+    SCOPED_TRACE(low);
+    tv[0x19] = low;
+    Sum(tv, 0);
+    const compose_profile_t device = Device(600, true, true, {});
+    const Composed plain = Compose(tv, nullptr, true), result = Compose(tv, &device, false);
+    ASSERT_TRUE(plain.ok && result.ok);
+    EXPECT_EQ(plain.bytes[0x18] & 0x04, 0x04);  // compose_edid always claims it
+    EXPECT_EQ(result.bytes[0x18] & 0x04, low == 0xEE ? 0x04 : 0);
+    EXPECT_EQ(HexText(result.bytes, 0x19, 10), HexText(tv, 0x19, 10));
+    EXPECT_EQ(CheckReport(result.bytes), "");
+  }
+}
+
+// No television EDID: nothing to take beyond conformity. compose_edid pads
+// its three formats to four by repeating VIC 1 (and offers its default PCM
+// under the sink filter); the profile lists VIC 1 once.
+TEST(ComposeProfile, NoTelevisionGetsConformityOnly) {
+  ScopedConfig config(kConfig);
+  // 1. No HDMI Forum block: R <= 340, no HF-VSDB; the television declares no
+  // VIC; no HDMI VIC. 5. Nothing composed, nothing from a television: no
+  // colorimetry. 7. QS only. 11. 59.94-60 Hz, 31.5-45 kHz, 74.25 MHz lie
+  // within the composed limits; the default chromaticity is not sRGB's.
+  const Bytes ext = Extension(kSupport,
+                              {"83 0F 00 00", "43 84 03 01", "23 09 07 05",
+                               "68 03 0C 00 FF FF 00 00 00", "E2 00 40"},
+                              {kDtd640, kSerial});
+  ExpectProfile(Bytes{}, Device(600, true, true, {97, 96, 101, 102}),
+                {"83 0F 00 00", "44 84 03 01 01", "23 09 07 05", "68 03 0C 00 FF FF 00 00 00"},
+                "31 3D 0F 46 0F", false, ext, 148);
+}
+
 // Each VIC once: the composed block repeats 16 and 4 (the current mode first,
 // the priority list naming them twice), the device's list names 95 twice and
 // 95 94 also come as HDMI VIC equivalents; the television lists 16 twice.
@@ -573,7 +659,7 @@ TEST(ComposeProfile, EachVicOnceWhateverListsRepeatIt) {
   ExpectProfile(Television(kTvHdmi14), device,
                 {"83 0F 00 00", "46 84 10 10 03 01 04", "23 09 07 07",
                  "6D 03 0C 00 12 00 00 3C 20 00 60 01 02 03", "E3 05 01 01"},
-                "18 3D 0F 46 1E", true, ext, 152, Settings({1280, 720, 0, 60}));
+                "17 3D 0F 46 1E", true, ext, 152, Settings({1280, 720, 0, 60}));
 }
 
 // (e) Room ----------------------------------------------------------------------------------------
@@ -589,14 +675,39 @@ const std::vector<std::string> kTvFull = {
     "E5 01 8B 84 90 01"};
 
 // VICs 1..64 for the composed video block, 16 first.
-constexpr uint8_t kComposedVics[] = {16, 4,  3,  1,  2,  5,  17, 18, 19, 20, 31, 32, 33, 34,
-                                     6,  7,  21, 22, 60, 61, 62, 63, 64, 14, 15, 29, 30};
+constexpr uint8_t kComposedVics[] = {16, 4,  3,  1,  2,  5,  17, 18, 19, 20, 31, 32, 33, 34, 6,
+                                     7,  21, 22, 60, 61, 62, 63, 64, 14, 15, 29, 30, 35, 36};
 // Ten audio formats, PCM first: AC-3, MPEG-1, MP3, MPEG-2, AAC, DTS, ATRAC, DSD, E-AC-3.
 const char *const kSads[] = {"09 07 07", "15 07 50", "19 07 28", "21 07 28", "29 07 28",
                              "31 07 28", "3D 07 C0", "41 07 28", "49 07 00", "57 06 00"};
 
 // A 256-byte EDID laid out as compose_edid lays it out, on base (a base
-// block compose_edid wrote): speaker; n video formats (the first native); k
+// block compose_edid wrote): these data blocks, the 640x480 timing (with the
+// VIC table's image size, as compose_edid writes it) and the serial number.
+Bytes ComposedFrom(const Bytes &base, const std::vector<std::string> &blocks) {
+  Bytes edid(base.begin(), base.begin() + 128);
+  const Bytes ext = Extension(0xF3, blocks, {kDtd640, kSerial});
+  edid.insert(edid.end(), ext.begin(), ext.end());
+  const size_t dtd = 128 + edid[130];
+  edid[dtd + 12] = 0x13, edid[dtd + 13] = 0x8E, edid[dtd + 14] = 0x21;
+  Sum(edid, 128);
+  return edid;
+}
+
+// The profile's steps alone on a composed EDID.
+Bytes Apply(const Bytes &tv, const Bytes &composed, const compose_profile_t &device,
+            uint8_t *spa_offset = nullptr) {
+  Bytes result = composed;
+  bool ok = false;
+  Capture([&] {
+    ok = compose_profile_apply(tv.data(), static_cast<uint32_t>(tv.size()), result.data(), &device,
+                               spa_offset);
+  });
+  EXPECT_TRUE(ok);
+  return result;
+}
+
+// ComposedFrom with speaker; n video formats (the first native); k
 // audio formats; the HDMI VSDB at 1.2.0.0, 300 MHz, latencies, 3D present
 // with m top-and-bottom entries (one byte each); no colorimetry; the
 // 640x480 timing and the serial number. Its extension holds 59 + n + 3k + m bytes.
@@ -613,58 +724,57 @@ Bytes ComposedByHand(const Bytes &base, int n, int k, int m) {
   std::string hdmi = Format("%02X 03 0C 00 12 00 00 3C A0 0B 15 80 %02X", 0x60 | (12 + m), m);
   for (int i = 0; i < m; ++i) hdmi += Format(" %X6", i);
   blocks.push_back(hdmi);
-  Bytes edid(base.begin(), base.begin() + 128);
-  const Bytes ext = Extension(0xF3, blocks, {kDtd640, kSerial});
-  edid.insert(edid.end(), ext.begin(), ext.end());
-  // compose_edid writes the image size of the VIC table for the 640x480 timing
-  edid[128 + edid[130] + 12] = 0x13, edid[128 + edid[130] + 13] = 0x8E,
-                           edid[128 + edid[130] + 14] = 0x21;
-  Sum(edid, 128);
-  return edid;
+  return ComposedFrom(base, blocks);
 }
 
 // The profile's steps on a composed EDID whose blocks fill the extension more
-// and more: what goes, in the order of step 12, and that what stays is whole.
+// and more: what goes, in the order of step 12, and that what stays is whole
+// (the extension compared byte for byte; the base block is left to
+// edid-decode, which checks its range limits against every format).
 TEST(ComposeProfileRoom, DropsInOrderUntilTheBlocksFitAndCutsNone) {
   ScopedConfig config(kConfig);
   const Bytes tv = Television(kTvFull);
   const Composed plain = Compose(tv, nullptr, true);
   ASSERT_TRUE(plain.ok);
   const compose_profile_t device = Device(600, true, true, {97, 96, 101, 102, 117, 218});
-  // The profile's extension before any drop: the composed part (59 + n + 3k + m
-  // bytes less the 36 of descriptors), 97 96 101 102 appended (full route,
-  // 594 <= 600), HF-VSDB 8, colorimetry 4 (C3 AND C0, nothing composed), HDR 7,
-  // VCDB 3, the 4:2:0 video block 117 218 4 (half of 1188 MHz, 225 kHz each),
-  // no map (97 96 went the full route), Dolby Vision 12, HDR10+ 6, and the two
-  // descriptors: 48 bytes more than composed. So a composed extension of L
-  // bytes overflows by L - 79, and step 12 frees, cumulatively: the 640x480
-  // timing 18; 102 101 96 97 19..22; HDR10+ 28; Dolby Vision 40; 218 41; 117
-  // with its block 44; HDR 51. Colorimetry and the serial number could only go
-  // with more than compose_edid can compose.
+  // The profile's extension before any drop: the composed blocks (59 + n + 3k
+  // + m bytes with the 36 of the descriptors); 97 96 101 102 appended (full
+  // route, 594 <= 600), 97 and 96 with a map bit (the television maps them,
+  // has an HDMI Forum block, 594 >= 590) at indices n and n + 1; HF-VSDB 8;
+  // colorimetry 4 (C3 AND C0, nothing composed); HDR 7; VCDB 3 (CB agrees
+  // with the underscan bit); the 4:2:0 video block 117 218 (half of 1188 MHz,
+  // 225 kHz each) 4; the map, 2 + (n + 1) / 8 + 1; Dolby Vision 12; HDR10+ 6.
+  // Step 12 then frees, in order: the 640x480 timing 18; the appended VICs
+  // by lowest priority, 218 1, 117 1 and its block 2, 102 1, 101 1, 96 1 (and
+  // a map byte when n + 1 is a multiple of 8), 97 1 and the map; HDR10+ 6;
+  // Dolby Vision 12; HDR 7. Colorimetry and the serial number could go only
+  // with more than a composed EDID can hold. Each row is the first or the
+  // last n, k, m (in bytes) for which these go.
   struct Case {
-    int n, k, m, length;
+    int n, k, m, length, before;  // composed bytes; the profile's before drops
     std::vector<std::string> gone;
   } const cases[] = {
-      {10, 2, 4, 79, {}},
-      {11, 2, 4, 80, {"dtd"}},
-      {20, 4, 6, 97, {"dtd"}},
-      {20, 4, 7, 98, {"dtd", "102"}},
-      {22, 4, 8, 101, {"dtd", "102", "101", "96", "97"}},
-      {22, 5, 6, 102, {"dtd", "102", "101", "96", "97", "hdr10+"}},
-      {24, 5, 9, 107, {"dtd", "102", "101", "96", "97", "hdr10+"}},
-      {24, 6, 7, 108, {"dtd", "102", "101", "96", "97", "hdr10+", "dv"}},
-      {26, 8, 10, 119, {"dtd", "102", "101", "96", "97", "hdr10+", "dv"}},
-      {26, 8, 11, 120, {"dtd", "102", "101", "96", "97", "hdr10+", "dv", "218"}},
-      {27, 8, 11, 121, {"dtd", "102", "101", "96", "97", "hdr10+", "dv", "218", "117"}},
-      {27, 9, 10, 123, {"dtd", "102", "101", "96", "97", "hdr10+", "dv", "218", "117"}},
-      {27, 9, 11, 124, {"dtd", "102", "101", "96", "97", "hdr10+", "dv", "218", "117", "hdr"}},
-      {27, 10, 11, 127, {"dtd", "102", "101", "96", "97", "hdr10+", "dv", "218", "117", "hdr"}},
+      {4, 4, 1, 76, 127, {}},
+      {14, 1, 0, 76, 128, {"dtd"}},
+      {4, 10, 1, 94, 145, {"dtd"}},
+      {27, 1, 3, 92, 146, {"dtd", "218"}},
+      {5, 10, 4, 98, 149, {"dtd", "218", "117"}},
+      {27, 1, 7, 96, 150, {"dtd", "218", "117", "102"}},
+      {6, 10, 5, 100, 151, {"dtd", "218", "117", "102", "101"}},
+      {7, 10, 5, 101, 153, {"dtd", "218", "117", "102", "101", "96"}},  // the map shrinks
+      {23, 7, 2, 105, 159, {"dtd", "218", "117", "102", "101", "96", "97"}},
+      {14, 7, 12, 106, 158, {"dtd", "218", "117", "102", "101", "96", "97", "hdr10+"}},
+      {23, 10, 11, 123, 177, {"dtd", "218", "117", "102", "101", "96", "97", "hdr10+", "dv"}},
+      {22, 9, 16, 124, 177,
+       {"dtd", "218", "117", "102", "101", "96", "97", "hdr10+", "dv", "hdr"}},
+      {23, 10, 15, 127, 181,
+       {"dtd", "218", "117", "102", "101", "96", "97", "hdr10+", "dv", "hdr"}},
   };
   for (const Case &c : cases) {
     SCOPED_TRACE(Format("n %d k %d m %d", c.n, c.k, c.m));
     const Bytes composed = ComposedByHand(plain.bytes, c.n, c.k, c.m);
-    const size_t used = composed[130] + 36u;
-    ASSERT_EQ(used, static_cast<size_t>(c.length));
+    ASSERT_EQ(composed[130] + 36, c.length);
+    ASSERT_EQ(c.length + 48 + 2 + (c.n + 1) / 8 + 1, c.before);
 
     const auto gone = [&](const char *item) {
       return std::find(c.gone.begin(), c.gone.end(), item) != c.gone.end();
@@ -673,20 +783,28 @@ TEST(ComposeProfileRoom, DropsInOrderUntilTheBlocksFitAndCutsNone) {
     blocks.pop_back();  // the HDMI VSDB stays last of the composed ones
     std::string video = blocks[1].substr(3);
     int appended = 0;
+    uint32_t map = 0;  // the bits of the capability map, from the final order
     for (const char *vic : {"97", "96", "101", "102"}) {
       if (gone(vic)) continue;
       video += Format(" %02X", std::stoi(vic));
+      if (std::string(vic) == "97" || std::string(vic) == "96") map |= 1u << (c.n + appended);
       ++appended;
     }
     blocks[1] = Format("%02X ", 0x40 | (c.n + appended)) + video;
     blocks.push_back(DataBlocks(composed).back());
-    const bool any420 = !gone("117") || !gone("218");
+    const bool any420 = map != 0 || !gone("117") || !gone("218");
     blocks.push_back(any420 ? "67 D8 5D C4 01 78 80 02" : "67 D8 5D C4 01 78 80 00");
     blocks.push_back("E3 05 C0 00");
     if (!gone("hdr")) blocks.push_back("E6 06 0D 01 78 5A 10");
-    blocks.push_back("E2 00 4B");
+    blocks.push_back("E2 00 CB");
     if (!gone("218")) blocks.push_back("E3 0E 75 DA");
     else if (!gone("117")) blocks.push_back("E2 0E 75");
+    if (map != 0) {
+      std::string bytes;
+      int count = 0;
+      for (uint32_t rest = map; rest != 0; rest >>= 8, ++count) bytes += Format(" %02X", rest & 0xFF);
+      blocks.push_back(Format("%02X 0F", 0xE1 + count) + bytes);
+    }
     if (!gone("dv")) blocks.push_back(kSonyDolby);
     if (!gone("hdr10+")) blocks.push_back("E5 01 8B 84 90 01");
     std::vector<std::string> descriptors = {kSerial};
@@ -714,6 +832,64 @@ TEST(ComposeProfileRoom, DropsInOrderUntilTheBlocksFitAndCutsNone) {
     EXPECT_EQ(DataBlocks(result), DataBlocks(want));
     EXPECT_EQ(CheckReport(result), "");
   }
+}
+
+// Step 2's limit of 31 formats: a composed block of 29, the Sony's 97 96 101
+// 102 appended and its HDMI VICs 1-4 as 95 94 93 98 make 37. The appended
+// ones go first, lowest priority first (all four); 29 + 95 94 is 31, so HDMI
+// VICs 3 and 4, whose equivalents cannot be listed, leave the HDMI VSDB.
+TEST(ComposeProfileRoom, VideoBlockOf31DropsAppendedFormatsThenHdmiVics) {
+  ScopedConfig config(kConfig);
+  const Bytes tv = SonyHdrTv();
+  const Composed plain = Compose(tv, nullptr, true);
+  ASSERT_TRUE(plain.ok);
+  std::string video = "5D";
+  for (int i = 0; i < 29; ++i) video += Format(" %02X", kComposedVics[i] | (i == 0 ? 0x80 : 0));
+  const Bytes composed = ComposedFrom(
+      plain.bytes, {"83 0F 00 00", video, "23 09 07 07", kSonyHdmi});
+  uint8_t spa_offset = 0;
+  const Bytes result =
+      Apply(tv, composed, Device(600, true, true, {97, 96, 101, 102}), &spa_offset);
+  // HDMI_VIC_LEN 2 (40), VICs 1 2; UHD_VIC; no 4:2:0 format left: no DC_420
+  // bit, no map; BT.2020 only (nothing composed); the Sony's HDR, VCDB, Dolby.
+  const Bytes ext = Extension(
+      kSupport,
+      {"83 0F 00 00", video.replace(0, 2, "5F") + " 5F 5E", "23 09 07 07",
+       "6C 03 0C 00 42 00 00 3C 20 00 40 01 02", "67 D8 5D C4 01 78 80 08", "E3 05 C0 00",
+       "E3 06 0D 01", "E2 00 CB", kSonyDolby},
+      {kDtd640, kSerial});
+  const Bytes expected = Expected(composed, "17 78 0F 87 3C", false, ext);
+  EXPECT_EQ(CheckReport(expected), "") << "the expected EDID itself fails";
+  EXPECT_EQ(DataBlocks(result), DataBlocks(expected));
+  EXPECT_EQ(HexText(result, 128, 128), HexText(expected, 128, 128));
+  EXPECT_EQ(spa_offset, 128 + 4 + 4 + 32 + 4 + 4);
+  EXPECT_EQ(CheckReport(result), "");
+}
+
+// Step 2: the 3D entries of the HDMI VSDB follow their formats when a
+// repeated VIC leaves the video block. Composed 16* 4 16 3 1 with top-and-
+// bottom for order 1 (VIC 4) and order 3 (VIC 3); once the second 16 is gone
+// VIC 3 stands at order 2.
+TEST(ComposeProfileRoom, ThreeDEntriesFollowTheirFormats) {
+  ScopedConfig config(kConfig);
+  const Bytes tv = Television(kTvHdmi14);
+  const Composed plain = Compose(tv, nullptr, true);
+  ASSERT_TRUE(plain.ok);
+  const Bytes composed =
+      ComposedFrom(plain.bytes, {"83 0F 00 00", "45 90 04 10 03 01", "23 09 07 07",
+                                 "6C 03 0C 00 12 00 00 3C 20 80 02 16 36", "E3 05 01 01"});
+  const Bytes result = Apply(tv, composed, Device(600, true, true, {}));
+  // No HDMI VIC, no HDMI Forum block (R = 340), xvYCC601 without MD0, QS only.
+  const Bytes ext = Extension(kSupport,
+                              {"83 0F 00 00", "44 90 04 03 01", "23 09 07 07",
+                               "6C 03 0C 00 12 00 00 3C 20 80 02 16 26", "E3 05 01 00",
+                               "E2 00 40"},
+                              {kDtd640, kSerial});
+  const Bytes expected = Expected(composed, "31 3D 0F 46 0F", true, ext);
+  EXPECT_EQ(CheckReport(expected), "") << "the expected EDID itself fails";
+  EXPECT_EQ(DataBlocks(result), DataBlocks(expected));
+  EXPECT_EQ(HexText(result, 128, 128), HexText(expected, 128, 128));
+  EXPECT_EQ(CheckReport(result), "");
 }
 
 }  // namespace
