@@ -46,8 +46,10 @@
  *    HLG: those transfer functions, static metadata type 1 when both sides
  *    have it, and the television's luminance bytes as it gives them.
  * 7. Video capability block: QS from rgb_quantization_selectable; QY, S_PT,
- *    S_IT and S_CE the television's (0 when it has no such block), except
- *    an S_IT that contradicts the extension's underscan bit, which is 0.
+ *    S_IT and S_CE the television's (QY 0 and the behaviours 0 when it has
+ *    no such block); then an S_IT or S_CE of 0 ("not supported") or an S_IT
+ *    contradicting the extension's underscan bit becomes 3 (both over- and
+ *    underscan), and an S_PT equal to both becomes 0.
  * 8. YCbCr 4:2:0 video block and capability map (the map built from the
  *    final video block order, as long as its last set bit needs; no map
  *    when no bit is set).
@@ -60,10 +62,14 @@
  *    offered (established, standard, detailed, every VIC); every detailed
  *    timing's image size set to the screen size; sRGB claimed only when the
  *    chromaticity codes are sRGB's exactly (655, 338, 307, 614, 154, 61, 320,
- *    337 in 1/1024); 640x480 at 60 Hz among the established timings. The
+ *    337 in 1/1024); 640x480 at 60 Hz among the established timings; the
+ *    extension count at byte 0x7E and a product name descriptor (the
+ *    manufacturer ID when the configuration has no monitor_name) in a slot
+ *    the composer left without a descriptor. The
  *    extension: one native detailed timing (byte 3 bits 3-0 = 1, the base
- *    block's preferred timing), only the first video descriptor keeps a
- *    native bit, the basic-audio bit set with an audio block.
+ *    block's preferred timing, which is the first video descriptor's
+ *    format), no native bit in the video descriptors, the basic-audio bit
+ *    set with an audio block.
  * 12. Room: blocks in the order speaker, video, audio, HDMI VSDB, HDMI Forum
  *    VSDB, colorimetry, HDR static metadata, video capability, 4:2:0 video,
  *    4:2:0 map, Dolby Vision, HDR10+, then the extension's detailed timing and

@@ -117,7 +117,6 @@ struct plan {
   size_t other_count = 0;
   std::array<uint8_t, kMaxSvds> svds{};  // composed VICs, each once
   size_t svd_count = 0;
-  bool first_native = false;
   std::array<descriptor, 6> descriptors{};
   size_t descriptor_count = 0;
   uint8_t support = 0;
@@ -169,10 +168,8 @@ bool contains(std::span<const uint8_t> vics, uint32_t vic) {
 
 // The VIC of a short video descriptor (CTA-861-H section 7.5.1): codes 129
 // to 192 are VICs 1 to 64 marked native.
-uint8_t svd_vic(uint8_t code, bool *native) {
-  const bool is_native = code >= 129 && code <= 192;
-  if (native != nullptr) *native = is_native;
-  return is_native ? static_cast<uint8_t>(code & 0x7F) : code;
+uint8_t svd_vic(uint8_t code) {
+  return code >= 129 && code <= 192 ? static_cast<uint8_t>(code & 0x7F) : code;
 }
 
 // The composed blocks by kind, the video descriptors each once and the
@@ -194,9 +191,7 @@ bool read_composed(const uint8_t *edid, plan &p, std::array<uint8_t, kMaxSvds> &
     const uint8_t *payload = ext + at + 1;
     if (tag == kTagVideo) {
       for (size_t i = 0; i < length && composed_svds < kept_index.size(); ++i) {
-        bool native = false;
-        const uint8_t vic = svd_vic(payload[i], &native);
-        if (i == 0) p.first_native = native;
+        const uint8_t vic = svd_vic(payload[i]);
         // kept_index: where each composed descriptor's VIC now stands
         const auto kept = std::find(p.svds.begin(), p.svds.begin() + p.svd_count, vic);
         const auto index = static_cast<size_t>(kept - p.svds.begin());
@@ -504,19 +499,24 @@ void intersect_hdr_static(const compose_profile_t &device, const cta_info_t &tv,
   finish_block(p.hdr);
 }
 
-// Step 7: the video capability block: QS as the device has it, QY and the
-// scan behaviours as the television gives them, except an IT behaviour that
-// contradicts the extension's underscan bit (byte 3 bit 7), which reads "no
-// data".
+// Step 7: the video capability block: QS as the device has it, QY as the
+// television gives it. The scan behaviours are the television's where it
+// gives them; an IT or CE behaviour of 0 ("not supported") or an IT one that
+// contradicts the extension's underscan bit (byte 3 bit 7) reads "supports
+// both over- and underscan", and S_PT equal to both of them reads 0 ("no
+// data": as S_IT and S_CE), as CTA-861-H section 7.5.6 asks.
 uint8_t video_capability(const compose_profile_t &device, const cta_info_t &tv, uint8_t support) {
-  constexpr uint8_t kAlwaysOverscanned = 1, kAlwaysUnderscanned = 2;
+  constexpr uint8_t kAlwaysOverscanned = 1, kAlwaysUnderscanned = 2, kBoth = 3;
   const cta_video_capability_t &vc = tv.video_capability;
-  uint8_t byte = put_bit(device.rgb_quantization_selectable, 6);
-  if (!vc.present) return byte;
   const bool underscan = has_bit(support, 7);
-  const uint8_t it = vc.s_it == (underscan ? kAlwaysOverscanned : kAlwaysUnderscanned) ? 0 : vc.s_it;
-  return static_cast<uint8_t>(byte | put_bit(vc.qy, 7) | put_bits(vc.s_pt, 5, 4) |
-                              put_bits(it, 3, 2) | put_bits(vc.s_ce, 1, 0));
+  uint8_t pt = vc.present ? vc.s_pt : 0, it = vc.present ? vc.s_it : 0,
+          ce = vc.present ? vc.s_ce : 0;
+  if (it == 0 || it == (underscan ? kAlwaysOverscanned : kAlwaysUnderscanned)) it = kBoth;
+  if (ce == 0) ce = kBoth;
+  if (pt == it && pt == ce) pt = 0;
+  return static_cast<uint8_t>(put_bit(vc.present && vc.qy, 7) |
+                              put_bit(device.rgb_quantization_selectable, 6) |
+                              put_bits(pt, 5, 4) | put_bits(it, 3, 2) | put_bits(ce, 1, 0));
 }
 
 // Step 9: the television's Dolby Vision and HDR10+ blocks, copied whole.
@@ -575,7 +575,7 @@ block video_block(const plan &p) {
   start_block(b, kTagVideo);
   for (size_t i = 0; i < p.svd_count; ++i) {
     const uint8_t vic = p.svds[i];
-    append(b, i == 0 && p.first_native && vic <= 64 ? static_cast<uint8_t>(vic | 0x80) : vic);
+    append(b, vic);  // no native bit: the native detailed timing says it
   }
   for (size_t i = 0; i < p.added_count; ++i)
     if (p.added[i].in_video_block) append(b, p.added[i].vic);
@@ -897,6 +897,54 @@ void write_extension(uint8_t *edid, const plan &p, const layout &l, uint8_t *spa
   edid[kChecksum] = checksum(edid);
 }
 
+// The composer writes the base block's extension count and checksum right
+// after its display descriptors; without a product name (or range limits)
+// they land at the start of a descriptor slot instead of bytes 0x7E-0x7F.
+// Such a slot becomes a dummy descriptor (tag 0x10, E-EDID 1.3 section
+// 3.10.3.11) and the count moves to 0x7E.
+void place_extension_count(uint8_t *edid) {
+  if (edid[kExtensionCount] == 1 || edid[kExtension + kCeaTag] != kCeaExtensionTag) return;
+  constexpr size_t kComposedTimings = 2;  // the two leading detailed timings
+  for (size_t slot = kComposedTimings; slot < kDescriptorSlots; ++slot) {
+    uint8_t *d = edid + kDescriptors + slot * kDescriptorSize;
+    const bool written = d[0] == 0 && d[1] == 0 && d[2] == 0 &&
+                         (d[kDescriptorTag] == kTagProductName || d[kDescriptorTag] == kTagRangeLimits);
+    if (written) continue;
+    if (d[0] != 1) return;  // not the composer's count: leave the block as it is
+    for (size_t rest = slot; rest < kDescriptorSlots; ++rest) {
+      uint8_t *dummy = edid + kDescriptors + rest * kDescriptorSize;
+      std::fill(dummy, dummy + kDescriptorSize, 0);
+      dummy[kDescriptorTag] = kTagDummy;
+    }
+    edid[kExtensionCount] = 1;
+    edid[kChecksum] = checksum(edid);
+    return;
+  }
+}
+
+// E-EDID 1.3 asks for a product name descriptor; a configuration without
+// monitor_name gets one in a dummy slot, holding the manufacturer ID (bytes
+// 0x08-0x09: three letters of five bits, 1 for 'A').
+void name_the_product(uint8_t *edid) {
+  uint8_t *free_slot = nullptr;
+  for (size_t slot = 0; slot < kDescriptorSlots; ++slot) {
+    uint8_t *d = edid + kDescriptors + slot * kDescriptorSize;
+    if (is_detailed_timing(d)) continue;
+    if (d[kDescriptorTag] == kTagProductName) return;
+    if (d[kDescriptorTag] == kTagDummy && free_slot == nullptr) free_slot = d;
+  }
+  if (free_slot == nullptr) return;
+  const uint32_t id = edid[kManufacturerId] << 8 | edid[kManufacturerId + 1];
+  std::fill(free_slot, free_slot + kDescriptorSize, 0);
+  free_slot[kDescriptorTag] = kTagProductName;
+  uint8_t *text = free_slot + kDescriptorText;
+  for (unsigned i = 0; i < 3; ++i)
+    text[i] = static_cast<uint8_t>(kLetterBase + bit_range(id, 14 - 5 * i, 10 - 5 * i));
+  text[3] = '\n';
+  std::fill(text + 4, text + kDescriptorTextSize, ' ');
+  edid[kChecksum] = checksum(edid);
+}
+
 bool is_composed_edid(const uint8_t *edid) {
   static constexpr std::array<uint8_t, 8> kHeaderBytes = {0x00, 0xFF, 0xFF, 0xFF,
                                                           0xFF, 0xFF, 0xFF, 0x00};
@@ -911,13 +959,18 @@ extern "C" {
 
 bool compose_profile_apply(const uint8_t *edid_block, uint32_t edid_bytes, uint8_t *new_edid,
                            const compose_profile_t *profile, uint8_t *spa_offset) {
-  if (new_edid == nullptr || profile == nullptr || !is_composed_edid(new_edid)) return false;
+  if (new_edid == nullptr || profile == nullptr) return false;
+  std::array<uint8_t, kEdidSize> result;
+  std::copy_n(new_edid, kEdidSize, result.begin());
+  place_extension_count(result.data());
+  if (!is_composed_edid(result.data())) return false;
+  name_the_product(result.data());
   cta_info_t tv;
   cta_read_edid(edid_block, edid_block != nullptr ? edid_bytes : 0, &tv);
   plan p;
   std::array<uint8_t, kMaxSvds> kept_index{};
   size_t composed_svds = 0;
-  if (!read_composed(new_edid, p, kept_index, composed_svds)) return false;
+  if (!read_composed(result.data(), p, kept_index, composed_svds)) return false;
   LOG_TRACE("Modern profile:");
 
   hdmi_video_fields fields = find_hdmi_video(p.hdmi);
@@ -936,8 +989,6 @@ bool compose_profile_apply(const uint8_t *edid_block, uint32_t edid_bytes, uint8
   pass_vendor_hdr(*profile, tv, p);
   keep_audio_third_bytes(tv, p);
 
-  std::array<uint8_t, kEdidSize> result;
-  std::copy_n(new_edid, kEdidSize, result.begin());
   layout l;
   if (!make_room(p, fields, l)) return false;
   match_image_sizes_to_screen(result.data(), p);

@@ -4,6 +4,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "compose_profile.h"
 #include "config_store.h"
 #include "cta_video_formats.h"
 #include "edid_composer.h"
@@ -21,6 +22,8 @@ _Static_assert(sizeof(short_video_desc_t) == 12, "short_video_desc_t layout");
 _Static_assert(sizeof(short_audio_desc_t) == 28, "short_audio_desc_t layout");
 _Static_assert(sizeof(hdmi_mode_t) == 16, "hdmi_mode_t layout");
 _Static_assert(offsetof(composer_cfg_t, spa_offset) == 48, "composer_cfg_t layout");
+_Static_assert(sizeof(compose_profile_t) == 48 && offsetof(compose_profile_t, vics) == 10,
+               "compose_profile_t layout");
 
 static int failures = 0;
 #define CHECK(cond)                                                                         \
@@ -57,6 +60,25 @@ int main(void) {
     CHECK(cta_video_format_name(95, name, sizeof name) == 17 &&
           strcmp(name, "3840x2160p30 16:9") == 0);
     CHECK(cta_video_format_find(128) == NULL);
+  }
+
+  {
+    /* The modern profile from C: the device's record filled by hand. */
+    compose_profile_t device;
+    uint8_t edid[256], spa_offset = 0;
+    composer_cfg_t cfg;
+    memset(&cfg, 0, sizeof cfg);
+    cfg.hdmi_current_mode.width = 1920;
+    cfg.hdmi_current_mode.height = 1080;
+    cfg.hdmi_current_mode.refresh_rate = 60;
+    cfg.audio_mask = 0xFFFFFFFF;
+    cfg.spa_offset = &spa_offset;
+    compose_profile_defaults(&device);
+    CHECK(!device.enabled && device.max_tmds_rate_mhz == 340 && device.rgb_quantization_selectable);
+    device.enabled = true;
+    CHECK(compose_edid_profile(NULL, 0, edid, sizeof edid, &cfg, &device));
+    /* no television: the HDMI VSDB first after speaker, video and audio blocks */
+    CHECK(spa_offset > 128 && edid[spa_offset - 3] == 0x03 && edid[spa_offset - 2] == 0x0C);
   }
 
   if (failures == 0) printf("c_api: all checks passed\n");
