@@ -266,11 +266,16 @@ Composed Compose(const Bytes &tv, const compose_profile_t *profile, bool plain,
 void ExpectProfile(const Bytes &tv, const compose_profile_t &device,
                    const std::vector<std::string> &composed_blocks, const std::string &limits,
                    bool srgb, const Bytes &ext, uint8_t spa_offset,
-                   composer_cfg_t cfg = Settings()) {
+                   composer_cfg_t cfg = Settings(),
+                   const std::function<void(Bytes &)> &base_changes = nullptr) {
   const Composed plain = Compose(tv, nullptr, true, cfg);
   ASSERT_TRUE(plain.ok);
   ASSERT_EQ(DataBlocks(plain.bytes), composed_blocks) << "compose_edid's output changed";
   Bytes expected = Expected(plain.bytes, limits, srgb, ext);
+  if (base_changes) {
+    base_changes(expected);
+    Sum(expected, 0);
+  }
   EXPECT_EQ(CheckReport(expected), "") << "the expected EDID itself fails";
 
   const Composed result = Compose(tv, &device, false, cfg);
@@ -360,7 +365,7 @@ TEST(ComposeProfile, Hdr4k60TelevisionThroughA600MhzDevice) {
   ScopedConfig config(kConfig);
   const compose_profile_t device = Device(600, true, true, {97, 96, 101, 102});
   // 1. R = min(600, the television's 600) = 600.
-  // 2. 16 4 5 3 1 as composed (16 native), then 97 96 101 102, each declared and
+  // 2. 16 4 5 3 1 as composed, then 97 96 101 102, each declared and
   //    594 MHz <= 600: the full route; the Sony maps all four to 4:2:0, has an
   //    HDMI Forum block, the device does 4:2:0, 594 >= 590: a map bit each, at
   //    indices 5 6 7 8 of the final video block (E0 01). Then the HDMI VICs
@@ -370,9 +375,11 @@ TEST(ComposeProfile, Hdr4k60TelevisionThroughA600MhzDevice) {
   //    + (DF AND C0) = C3, MD0 gone. 6. 0D AND 0D, type 1, no luminance bytes.
   //    7. QS, and the Sony's CB: QY, S_IT 10 (agrees with the underscan bit),
   //    S_CE 11. 9. Dolby Vision copied. 10. E-AC-3 and MAT already carry the
-  //    television's third byte. 12. 4 + 87 + 36 = 127 bytes: just fits.
+  //    television's third byte. 11. No native bit in the video descriptors
+  //    (1080p60 is the one native detailed timing). 12. 4 + 87 + 36 = 127
+  //    bytes: just fits.
   const Bytes ext = Extension(kSupport,
-                              {kSonySpeaker, "4D 90 04 05 03 01 61 60 65 66 5F 5E 5D 62", kSonyAudio,
+                              {kSonySpeaker, "4D 10 04 05 03 01 61 60 65 66 5F 5E 5D 62", kSonyAudio,
                                kSonyHdmi, "67 D8 5D C4 01 78 80 0B", "E3 05 C3 00", "E3 06 0D 01",
                                "E2 00 CB", kSonyMap, kSonyDolby},
                               {kDtd640, kSerial});
@@ -393,7 +400,7 @@ TEST(ComposeProfile, Hdr4k60TelevisionThroughADeviceWithoutScdcGets4k60As420Only
   // 4. R <= 340: rate 0, no SCDC; UHD_VIC; DC_30/36_420 both sides: 0B.
   // 8. No format in the video block does 4:2:0: no map.
   std::vector<std::string> blocks = {
-      kSonySpeaker,         "49 90 04 05 03 01 5F 5E 5D 62", kSonyAudio, kSonyHdmi,
+      kSonySpeaker,         "49 10 04 05 03 01 5F 5E 5D 62", kSonyAudio, kSonyHdmi,
       "67 D8 5D C4 01 00 00 0B", "E3 05 C3 00", "E3 06 0D 01", "E2 00 CB", "E5 0E 61 60 65 66",
       kSonyDolby};
   const Bytes ext = Extension(kSupport, blocks, {kDtd640, kSerial});
@@ -420,7 +427,7 @@ TEST(ComposeProfile, Hdr4k60TelevisionThroughADeviceWithoutScdcGets4k60As420Only
                 "17 3D 0F 87 3C", false, ext, 169);
   // Without 4:2:0 on the device there is no route for them at all.
   const Bytes no420 = Extension(kSupport,
-                                {kSonySpeaker, "49 90 04 05 03 01 5F 5E 5D 62", kSonyAudio, kSonyHdmi,
+                                {kSonySpeaker, "49 10 04 05 03 01 5F 5E 5D 62", kSonyAudio, kSonyHdmi,
                                  "67 D8 5D C4 01 00 00 08", "E3 05 C3 00", "E3 06 0D 01", "E2 00 CB",
                                  kSonyDolby},
                                 {kDtd640, kSerial});
@@ -451,7 +458,7 @@ TEST(ComposeProfile, HdrBlocksFollowBothSidesCapabilities) {
     device.eotfs = c.eotfs;
     device.static_metadata_type1 = c.type1;
     device.vendor_hdr = c.vendor_hdr;
-    std::vector<std::string> blocks = {kSonySpeaker, "4D 90 04 05 03 01 61 60 65 66 5F 5E 5D 62",
+    std::vector<std::string> blocks = {kSonySpeaker, "4D 10 04 05 03 01 61 60 65 66 5F 5E 5D 62",
                                        kSonyAudio,   kSonyHdmi,
                                        "67 D8 5D C4 01 78 80 0B", "E3 05 C3 00"};
     if (!c.hdr.empty() && c.hdr[0].starts_with("E3 06")) blocks.push_back(c.hdr[0]);
@@ -474,7 +481,7 @@ TEST(ComposeProfile, AudioThirdByteIsTheTelevisionsForTheSameFormat) {
   std::vector<std::string> composed = kSonyComposed;
   composed[2] = "32 09 07 05 57 06 00 67 04 00 0D 7F 07 15 07 50 3D 07 BC";
   const Bytes ext = Extension(kSupport,
-                              {kSonySpeaker, "4D 90 04 05 03 01 61 60 65 66 5F 5E 5D 62",
+                              {kSonySpeaker, "4D 10 04 05 03 01 61 60 65 66 5F 5E 5D 62",
                                "32 09 07 05 57 06 01 67 04 03 0D 7F 07 15 07 50 3D 07 BC",
                                kSonyHdmi, "67 D8 5D C4 01 78 80 0B", "E3 05 C3 00", "E3 06 0D 01",
                                "E2 00 CB", kSonyMap, kSonyDolby},
@@ -484,9 +491,9 @@ TEST(ComposeProfile, AudioThirdByteIsTheTelevisionsForTheSameFormat) {
 
 // Step 7: the television's S_IT (10 always underscanned, 01 always
 // overscanned) is kept unless it contradicts the device's underscan flag
-// (CTA byte 3 bit 7, from the configuration), which stays as it is; the
-// result passes edid-decode --check either way.
-TEST(ComposeProfile, ScanBehaviourThatContradictsTheUnderscanFlagIsCleared) {
+// (CTA byte 3 bit 7, from the configuration), which stays as it is; then it
+// becomes 11 (both). The result passes edid-decode --check either way.
+TEST(ComposeProfile, ScanBehaviourThatContradictsTheUnderscanFlagBecomesBoth) {
   const Bytes overscanning = Television({"83 01 00 00", "44 61 60 10 04", "23 09 07 07",
                                          "68 03 0C 00 10 00 00 44 00",
                                          "67 D8 5D C4 01 78 80 00", "E2 00 47"});
@@ -495,9 +502,9 @@ TEST(ComposeProfile, ScanBehaviourThatContradictsTheUnderscanFlagIsCleared) {
     Bytes tv;
     const char *vcdb;  // QS from the device, the television's other bits
   } const cases[] = {
-      {"underscan = 0", SonyHdrTv(), "E2 00 C3"},     // CB: S_IT 10 contradicts
+      {"underscan = 0", SonyHdrTv(), "E2 00 CF"},     // CB: S_IT 10 contradicts: 11
       {"underscan = 1", SonyHdrTv(), "E2 00 CB"},     // agrees
-      {"underscan = 1", overscanning, "E2 00 43"},    // 47: S_IT 01 contradicts
+      {"underscan = 1", overscanning, "E2 00 4F"},    // 47: S_IT 01 contradicts: 11
       {"underscan = 0", overscanning, "E2 00 47"},    // agrees
   };
   for (const Case &c : cases) {
@@ -535,12 +542,13 @@ TEST(ComposeProfile, FourTwoZeroWithinTheRangeLimitsFieldAndOnlyFor4k50And60) {
   // 4. 600 MHz, SCDC; no HDMI VIC; 4:2:0 offered: 02 AND 03 = 02.
   // 5. No television colorimetry, nothing composed: no block.
   // 6. 05 AND 0D = 05, type 1, luminance 78 5A 10 as given.
-  // 7. QS only (no television VCDB).
+  // 7. QS; no television VCDB: QY 0, S_PT 0, S_IT and S_CE "not supported"
+  //    become 11: 4F.
   const Bytes ext =
       Extension(kSupport,
-                {"83 0F 00 00", "47 90 04 03 01 61 60 5F", "23 09 07 07",
+                {"83 0F 00 00", "47 10 04 03 01 61 60 5F", "23 09 07 07",
                  "68 03 0C 00 12 00 00 00 00", "67 D8 5D C4 01 78 80 02", "E6 06 05 01 78 5A 10",
-                 "E2 00 40", "E2 0E 75", "E2 0F 30"},
+                 "E2 00 4F", "E2 0E 75", "E2 0F 30"},
                 {kDtd640, kSerial});
   // 11. From 29.97 Hz (95) up to 100 Hz, 225 kHz (E1), 1188 MHz -> 119 x 10
   // (77). The television's chromaticity is sRGB's: sRGB stays claimed.
@@ -563,11 +571,12 @@ TEST(ComposeProfile, Hdmi14TelevisionGetsConformityOnly) {
   // 1. No HDMI Forum block: R = 340. 2. None of 97 96 101 102 is declared, no
   //    4:2:0 either: nothing from the list; the HDMI VICs 1 2 3 bring 95 94 93.
   // 3. 400 MHz (50) capped at 340 (44). 4. No HF-VSDB. 5. xvYCC601 as composed,
-  //    01 AND C0 adds nothing, MD0 gone. 6. No HDR. 7. QS, no S_ bits.
+  //    01 AND C0 adds nothing, MD0 gone. 6. No HDR. 7. QS, S_IT and S_CE 11
+  //    (no television VCDB). 11. No native bit in the video block.
   const Bytes ext = Extension(kSupport,
-                              {"83 0F 00 00", "47 90 04 03 01 5F 5E 5D", "23 09 07 07",
+                              {"83 0F 00 00", "47 10 04 03 01 5F 5E 5D", "23 09 07 07",
                                "6D 03 0C 00 12 00 00 44 20 00 60 01 02 03", "E3 05 01 00",
-                               "E2 00 40"},
+                               "E2 00 4F"},
                               {kDtd640, kSerial});
   // 11. 23.976 Hz (93), 67.5 kHz stays within 70, 297 MHz -> 30; sRGB stays.
   ExpectProfile(Television(kTvHdmi14), device,
@@ -590,7 +599,7 @@ TEST(ComposeProfile, TelevisionWithoutHdrGetsNoHdrBlockAndNoVendorHdr) {
   // so 9. the Dolby Vision block is not copied either.
   const Bytes ext =
       Extension(kSupport,
-                {"83 0F 00 00", "46 90 04 03 01 61 60", "23 09 07 07",
+                {"83 0F 00 00", "46 10 04 03 01 61 60", "23 09 07 07",
                  "68 03 0C 00 12 00 00 00 00", "67 D8 5D C4 01 78 80 00", "E3 05 C1 00",
                  "E2 00 4B"},
                 {kDtd640, kSerial});
@@ -627,15 +636,45 @@ TEST(ComposeProfile, NoTelevisionGetsConformityOnly) {
   ScopedConfig config(kConfig);
   // 1. No HDMI Forum block: R <= 340, no HF-VSDB; the television declares no
   // VIC; no HDMI VIC. 5. Nothing composed, nothing from a television: no
-  // colorimetry. 7. QS only. 11. 59.94-60 Hz, 31.5-45 kHz, 74.25 MHz lie
+  // colorimetry. 7. QS, S_IT and S_CE 11. 11. 59.94-60 Hz, 31.5-45 kHz, 74.25 MHz lie
   // within the composed limits; the default chromaticity is not sRGB's.
   const Bytes ext = Extension(kSupport,
-                              {"83 0F 00 00", "43 84 03 01", "23 09 07 05",
-                               "68 03 0C 00 FF FF 00 00 00", "E2 00 40"},
+                              {"83 0F 00 00", "43 04 03 01", "23 09 07 05",
+                               "68 03 0C 00 FF FF 00 00 00", "E2 00 4F"},
                               {kDtd640, kSerial});
   ExpectProfile(Bytes{}, Device(600, true, true, {97, 96, 101, 102}),
                 {"83 0F 00 00", "44 84 03 01 01", "23 09 07 05", "68 03 0C 00 FF FF 00 00 00"},
                 "31 3D 0F 46 0F", false, ext, 148);
+}
+
+// Step 11 on a configuration without monitor_name: compose_edid writes the
+// range limits in the third descriptor slot, leaves the fourth without a
+// descriptor and puts the extension count just after the limits (0x6C). The
+// profile puts a product name descriptor of the manufacturer ID there and
+// the extension count at 0x7E.
+TEST(ComposeProfile, ProductNameAndExtensionCountWithoutMonitorName) {
+  ScopedConfig config(ConfigWith("monitor_name", "monitor_name = \"\""));
+  const Bytes tv = Television(kTvHdmi14);
+  const Composed plain = Compose(tv, nullptr, true);
+  ASSERT_TRUE(plain.ok);
+  ASSERT_EQ(HexText(plain.bytes, 0x5A, 5), "00 00 00 FD 00");
+  ASSERT_EQ(plain.bytes[0x6C], 1);
+  ASSERT_EQ(plain.bytes[0x7E], 0);
+  // The rest as for the HDMI 1.4 television, at 300 MHz as composed.
+  const Bytes ext = Extension(kSupport,
+                              {"83 0F 00 00", "47 10 04 03 01 5F 5E 5D", "23 09 07 07",
+                               "6D 03 0C 00 12 00 00 3C 20 00 60 01 02 03", "E3 05 01 00",
+                               "E2 00 4F"},
+                              {kDtd640, kSerial});
+  ExpectProfile(tv, Device(600, true, true, {97, 96, 101, 102}),
+                {"83 0F 00 00", "44 90 04 03 01", "23 09 07 07",
+                 "6D 03 0C 00 12 00 00 3C 20 00 60 01 02 03", "E3 05 01 01"},
+                "17 3D 0F 46 1E", true, ext, 152, Settings(), [](Bytes &edid) {
+                  // "EDC", a line feed, blanks to 13 characters
+                  const Bytes name = Hex("00 00 00 FC 00 45 44 43 0A 20 20 20 20 20 20 20 20 20");
+                  std::copy(name.begin(), name.end(), edid.begin() + 0x6C);
+                  edid[0x7E] = 1;
+                });
 }
 
 // Each VIC once: the composed block repeats 16 and 4 (the current mode first,
@@ -648,13 +687,13 @@ TEST(ComposeProfile, EachVicOnceWhateverListsRepeatIt) {
                "current_mode_set_to_priority = 1");
   ScopedConfig config(toml);
   const compose_profile_t device = Device(600, true, true, {95, 97, 95, 94});
-  // Composed 4* 16 16 3 1 4 (720p60 output first). 2. 4 16 3 1 (first kept,
-  // its native bit with it); 95 (declared, 297 <= 340) appended, 97 not
+  // Composed 4* 16 16 3 1 4 (720p60 output first). 2. 4 16 3 1 (first kept;
+  // 11. no native bit); 95 (declared, 297 <= 340) appended, 97 not
   // declared, 95 again and 94 appended; the HDMI VICs add only 93.
   const Bytes ext = Extension(kSupport,
-                              {"83 0F 00 00", "47 84 10 03 01 5F 5E 5D", "23 09 07 07",
+                              {"83 0F 00 00", "47 04 10 03 01 5F 5E 5D", "23 09 07 07",
                                "6D 03 0C 00 12 00 00 3C 20 00 60 01 02 03", "E3 05 01 00",
-                               "E2 00 40"},
+                               "E2 00 4F"},
                               {kDtd640, kSerial});
   ExpectProfile(Television(kTvHdmi14), device,
                 {"83 0F 00 00", "46 84 10 10 03 01 04", "23 09 07 07",
@@ -782,6 +821,8 @@ TEST(ComposeProfileRoom, DropsInOrderUntilTheBlocksFitAndCutsNone) {
     std::vector<std::string> blocks = DataBlocks(composed);
     blocks.pop_back();  // the HDMI VSDB stays last of the composed ones
     std::string video = blocks[1].substr(3);
+    ASSERT_EQ(video.substr(0, 2), "90");
+    video.replace(0, 2, "10");  // no native bit in the video descriptors
     int appended = 0;
     uint32_t map = 0;  // the bits of the capability map, from the final order
     for (const char *vic : {"97", "96", "101", "102"}) {
@@ -854,7 +895,7 @@ TEST(ComposeProfileRoom, VideoBlockOf31DropsAppendedFormatsThenHdmiVics) {
   // bit, no map; BT.2020 only (nothing composed); the Sony's HDR, VCDB, Dolby.
   const Bytes ext = Extension(
       kSupport,
-      {"83 0F 00 00", video.replace(0, 2, "5F") + " 5F 5E", "23 09 07 07",
+      {"83 0F 00 00", video.replace(0, 5, "5F 10") + " 5F 5E", "23 09 07 07",
        "6C 03 0C 00 42 00 00 3C 20 00 40 01 02", "67 D8 5D C4 01 78 80 08", "E3 05 C0 00",
        "E3 06 0D 01", "E2 00 CB", kSonyDolby},
       {kDtd640, kSerial});
@@ -879,11 +920,12 @@ TEST(ComposeProfileRoom, ThreeDEntriesFollowTheirFormats) {
       ComposedFrom(plain.bytes, {"83 0F 00 00", "45 90 04 10 03 01", "23 09 07 07",
                                  "6C 03 0C 00 12 00 00 3C 20 80 02 16 36", "E3 05 01 01"});
   const Bytes result = Apply(tv, composed, Device(600, true, true, {}));
-  // No HDMI VIC, no HDMI Forum block (R = 340), xvYCC601 without MD0, QS only.
+  // No HDMI VIC, no HDMI Forum block (R = 340), xvYCC601 without MD0, VCDB 4F
+  // (QS, no television VCDB), no native bit.
   const Bytes ext = Extension(kSupport,
-                              {"83 0F 00 00", "44 90 04 03 01", "23 09 07 07",
+                              {"83 0F 00 00", "44 10 04 03 01", "23 09 07 07",
                                "6C 03 0C 00 12 00 00 3C 20 80 02 16 26", "E3 05 01 00",
-                               "E2 00 40"},
+                               "E2 00 4F"},
                               {kDtd640, kSerial});
   const Bytes expected = Expected(composed, "31 3D 0F 46 0F", true, ext);
   EXPECT_EQ(CheckReport(expected), "") << "the expected EDID itself fails";
