@@ -55,9 +55,11 @@
  *    when no bit is set).
  * 9. With vendor_hdr and PQ offered: the television's Dolby Vision and HDR10+
  *    vendor-specific video blocks, copied whole.
- * 10. Audio block as composed; where the television has the same format
- *    (E-AC-3, DTS-HD, MAT), its third byte is the television's (Joint Object
- *    Coding, DTS:X, Atmos over MAT).
+ * 10. Audio block as composed; where the television has the same format,
+ *    the bits CTA-861-H defines in the third byte are the television's:
+ *    E-AC-3 bits 1-0 (Joint Object Coding, with ACMOD 28), DTS-HD bit 1
+ *    (DTS:X), MAT bits 1-0 (TrueHD with Atmos, hash calculation not
+ *    required).
  * 11. Base block: the range-limits descriptor widened to cover every timing
  *    offered (established, standard, detailed, every VIC); every detailed
  *    timing's image size set to the screen size; sRGB claimed only when the

@@ -80,7 +80,7 @@ struct audio_third_byte {
 constexpr std::array<audio_third_byte, 3> kAudioThirdBytes = {{
     {10, 0x03, "E-AC-3: Joint Object Coding, with ACMOD 28"},
     {11, 0x02, "DTS-HD: DTS:X"},
-    {12, 0x01, "MAT: Dolby TrueHD with Atmos"},
+    {12, 0x03, "MAT: Dolby TrueHD with Atmos, hash calculation not required"},
 }};
 
 // The sRGB primaries and white (IEC 61966-2-1) in the base block's 10-bit
