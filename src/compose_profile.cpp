@@ -658,42 +658,49 @@ layout lay_out(const plan &p, const hdmi_video_fields &fields) {
   return l;
 }
 
+// Step 12: the optional blocks in the order they go when there is no room.
+struct droppable_block {
+  bool plan::*with;
+  const char *name;
+};
+constexpr std::array<droppable_block, 4> kBlockDropOrder = {{
+    {&plan::with_hdr10plus, "the HDR10+ block"},
+    {&plan::with_dolby, "the Dolby Vision block"},
+    {&plan::with_hdr, "the HDR static metadata block"},
+    {&plan::with_colorimetry, "the colorimetry block"},
+}};
+
+bool drop_block(plan &p) {
+  for (const droppable_block &block : kBlockDropOrder) {
+    if (!(p.*block.with)) continue;
+    LOG_TRACE("\tModern profile: no room for %s; dropped", block.name);
+    p.*block.with = false;
+    return true;
+  }
+  return false;
+}
+
+void drop_descriptor(plan &p, size_t index, const char *name) {
+  LOG_TRACE("\tModern profile: no room for %s; dropped", name);
+  std::copy(p.descriptors.begin() + static_cast<long>(index) + 1,
+            p.descriptors.begin() + static_cast<long>(p.descriptor_count),
+            p.descriptors.begin() + static_cast<long>(index));
+  --p.descriptor_count;
+}
+
 // Step 12: one item at a time until the extension holds everything.
 bool make_room(plan &p, const hdmi_video_fields &fields, layout &l) {
   for (l = lay_out(p, fields); l.bytes > kExtensionRoom; l = lay_out(p, fields)) {
-    size_t timing = p.descriptor_count;
-    for (size_t i = 0; i < p.descriptor_count; ++i)
-      if (p.descriptors[i].timing) timing = i;
-    if (timing < p.descriptor_count) {
-      LOG_TRACE("\tModern profile: no room for the extension's detailed timing; dropped");
-    } else if (drop_lowest_format(p, false)) {
+    size_t timing = 0;
+    while (timing < p.descriptor_count && !p.descriptors[timing].timing) ++timing;
+    if (timing < p.descriptor_count)
+      drop_descriptor(p, timing, "the extension's detailed timing");
+    else if (drop_lowest_format(p, false) || drop_block(p))
       continue;
-    } else if (p.with_hdr10plus) {
-      LOG_TRACE("\tModern profile: no room for the HDR10+ block; dropped");
-      p.with_hdr10plus = false;
-      continue;
-    } else if (p.with_dolby) {
-      LOG_TRACE("\tModern profile: no room for the Dolby Vision block; dropped");
-      p.with_dolby = false;
-      continue;
-    } else if (p.with_hdr) {
-      LOG_TRACE("\tModern profile: no room for the HDR static metadata block; dropped");
-      p.with_hdr = false;
-      continue;
-    } else if (p.with_colorimetry) {
-      LOG_TRACE("\tModern profile: no room for the colorimetry block; dropped");
-      p.with_colorimetry = false;
-      continue;
-    } else if (p.descriptor_count > 0) {
-      timing = p.descriptor_count - 1;
-      LOG_TRACE("\tModern profile: no room for the extension's last descriptor; dropped");
-    } else {
+    else if (p.descriptor_count > 0)
+      drop_descriptor(p, p.descriptor_count - 1, "the extension's last descriptor");
+    else
       return false;
-    }
-    std::copy(p.descriptors.begin() + static_cast<long>(timing) + 1,
-              p.descriptors.begin() + static_cast<long>(p.descriptor_count),
-              p.descriptors.begin() + static_cast<long>(timing));
-    --p.descriptor_count;
   }
   return true;
 }

@@ -45,21 +45,24 @@ extern "C" __attribute__((noinline)) void edc_perf_cta(const Edids &edids) {
     cta_read_edid(bytes.data(), static_cast<uint32_t>(bytes.size()), &info);
 }
 
-extern "C" __attribute__((noinline)) void edc_perf_compose(const Edids &edids) {
+// 1080p60 out, every audio format, 3D as the television.
+composer_cfg_t Settings() {
   composer_cfg_t cfg{};
   cfg.hdmi_current_mode = {1920, 1080, 0, 60};
   cfg.audio_mask = 0xFFFFFFFF;
   cfg.setting_3d = 1;
+  return cfg;
+}
+
+extern "C" __attribute__((noinline)) void edc_perf_compose(const Edids &edids) {
+  composer_cfg_t cfg = Settings();
   uint8_t out[256];
   for (const auto &bytes : edids)
     compose_edid(bytes.data(), static_cast<int32_t>(bytes.size()), out, sizeof out, &cfg);
 }
 
 extern "C" __attribute__((noinline)) void edc_perf_profile(const Edids &edids) {
-  composer_cfg_t cfg{};
-  cfg.hdmi_current_mode = {1920, 1080, 0, 60};
-  cfg.audio_mask = 0xFFFFFFFF;
-  cfg.setting_3d = 1;
+  composer_cfg_t cfg = Settings();
   uint8_t out[256];
   for (const auto &bytes : edids)
     compose_edid_profile(bytes.data(), static_cast<int32_t>(bytes.size()), out, sizeof out, &cfg,
