@@ -106,7 +106,7 @@ void AddComposeOptions(CLI::App &command, ComposeOptions &options) {
       .add_option_function<std::string>(
           "--max-tmds-rate", [&s](const std::string &value) { s.max_tmds_rate = value; },
           "The modern profile: the device's TMDS character rate in MHz, 0 to 600, in place of "
-          "modern.max_tmds_rate")
+          "modern.max_tmds_rate (above 340 the device has SCDC too)")
       ->type_name("MHZ");
   command
       .add_option_function<std::string>(

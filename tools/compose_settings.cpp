@@ -226,7 +226,12 @@ bool ReadProfile(const ComposeSettings &settings, bool debug, compose_profile_t 
     problem = "the modern profile is off; add --modern or set modern.enabled = 1";
     return false;
   }
-  if (settings.max_tmds_rate_mhz) profile.max_tmds_rate_mhz = *settings.max_tmds_rate_mhz;
+  if (settings.max_tmds_rate_mhz) {
+    // HDMI 2.0 requires SCDC above 340 MHz: a device that takes more has it.
+    constexpr uint16_t kHdmi14RateMhz = 340;
+    profile.max_tmds_rate_mhz = *settings.max_tmds_rate_mhz;
+    if (profile.max_tmds_rate_mhz > kHdmi14RateMhz) profile.scdc = true;
+  }
   if (settings.eotfs) profile.eotfs = *settings.eotfs;
   return true;
 }

@@ -183,13 +183,15 @@ TEST(ToolCompose, WritesWhatTheModernProfileComposes) {
     bool modern;
     int rate_mhz;  // -1: the configuration's
     int eotfs;     // -1: the configuration's
+    bool scdc;     // set by the option (a rate above 340 MHz), else the configuration's
   } cases[] = {
-      {kConfig, "", false, -1, -1},
-      {kConfig, "--modern", true, -1, -1},
-      {modern, "", false, -1, -1},
-      {modern, "--max-tmds-rate 300", false, 300, -1},
-      {modern, "--hdr off", false, -1, 0},
-      {modern, "--modern --max-tmds-rate 0 --hdr hlg", true, 0, CTA_EOTF_HLG},
+      {kConfig, "", false, -1, -1, false},
+      {kConfig, "--modern", true, -1, -1, false},
+      {kConfig, "--modern --max-tmds-rate 600", true, 600, -1, true},
+      {modern, "", false, -1, -1, false},
+      {modern, "--max-tmds-rate 300", false, 300, -1, false},
+      {modern, "--hdr off", false, -1, 0, false},
+      {modern, "--modern --max-tmds-rate 0 --hdr hlg", true, 0, CTA_EOTF_HLG, false},
   };
   const Bytes tv = ReadFile(sink);
   std::set<std::string> results;  // each case's EDID in hex
@@ -205,6 +207,7 @@ TEST(ToolCompose, WritesWhatTheModernProfileComposes) {
       profile.enabled = profile.enabled || c.modern;
       if (c.rate_mhz >= 0) profile.max_tmds_rate_mhz = static_cast<uint16_t>(c.rate_mhz);
       if (c.eotfs >= 0) profile.eotfs = static_cast<uint8_t>(c.eotfs);
+      profile.scdc = profile.scdc || c.scdc;
       EXPECT_TRUE(compose_edid_profile(tv.data(), 256, expected.data(), 256, &cfg, &profile));
     });
     config_store_clear();
