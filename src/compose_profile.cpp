@@ -75,7 +75,7 @@ constexpr uint16_t kColorimetryDefined = 0xC0FF;
 struct audio_third_byte {
   uint8_t format;
   uint8_t bits;
-  const char *meaning;
+  const char *meaning;  // for the reader: what the bits say
 };
 constexpr std::array<audio_third_byte, 3> kAudioThirdBytes = {{
     {10, 0x03, "E-AC-3: Joint Object Coding, with ACMOD 28"},
@@ -563,7 +563,6 @@ void keep_audio_third_bytes(const cta_info_t &tv, plan &p) {
 struct writer {
   uint8_t *ext;
   size_t at = kCeaDataBlocks;
-  size_t hdmi_offset = 0;
   void put(const block &b) {
     std::copy_n(b.bytes.begin(), b.size, ext + at);
     at += b.size;
