@@ -16,6 +16,7 @@
 #include "cta_reader.h"
 #include "cta_video_formats.h"
 #include "diagnostics.h"
+#include "edid_decode_encode_internal.h"
 #include "edid_layout.h"
 
 namespace {
@@ -153,10 +154,12 @@ void copy_block(block &b, std::span<const uint8_t> bytes) {
   std::copy_n(bytes.begin(), b.size, b.bytes.begin());
 }
 
-uint8_t checksum(const uint8_t *block_bytes) {
-  uint32_t sum = 0;
-  for (size_t i = 0; i < kChecksum; ++i) sum += block_bytes[i];
-  return static_cast<uint8_t>((256u - (sum & 0xFFu)) & 0xFFu);
+// Removes items[index] of the first count items.
+template <typename T, size_t N>
+void erase_at(std::array<T, N> &items, size_t &count, size_t index) {
+  const auto at = items.begin() + static_cast<std::ptrdiff_t>(index);
+  std::copy(at + 1, items.begin() + static_cast<std::ptrdiff_t>(count), at);
+  --count;
 }
 
 bool contains(std::span<const uint8_t> vics, uint32_t vic) {
@@ -251,10 +254,20 @@ hdmi_video_fields find_hdmi_video(const block &hdmi) {
   return fields;
 }
 
+// HDMI_VIC_LEN and HDMI_3D_LEN from fields, and the header's length, once
+// the block changed size.
+void write_hdmi_lengths(block &hdmi, const hdmi_video_fields &fields) {
+  hdmi.bytes[fields.video_byte + 1] =
+      static_cast<uint8_t>(put_bits(static_cast<uint32_t>(fields.vic_count), 7, 5) |
+                           put_bits(static_cast<uint32_t>(fields.length_3d), 4, 0));
+  hdmi.bytes[0] = static_cast<uint8_t>(put_bits(kTagVendorSpecific, 7, 5) |
+                                       put_bits(hdmi.size - 1u, 4, 0));
+}
+
 // 2D_VIC_order entries (bits 7-4) name video descriptors by position; a
 // repeated descriptor that went takes its first occurrence's position. Only
 // the per-format entries the composer writes (3D_Multi_present 0) are read.
-void renumber_3d_entries(block &hdmi, const hdmi_video_fields &fields,
+void renumber_3d_entries(block &hdmi, hdmi_video_fields &fields,
                          std::span<const uint8_t> kept_index) {
   if (fields.video_byte == 0 || fields.length_3d == 0) return;
   if (bit_range(hdmi.bytes[fields.video_byte], 6, 5) != 0) return;
@@ -285,11 +298,8 @@ void renumber_3d_entries(block &hdmi, const hdmi_video_fields &fields,
   }
   std::copy_n(entries.begin(), count, hdmi.bytes.begin() + static_cast<long>(start));
   hdmi.size = static_cast<uint8_t>(start + count);
-  hdmi.bytes[fields.video_byte + 1] =
-      static_cast<uint8_t>(put_bits(static_cast<uint32_t>(fields.vic_count), 7, 5) |
-                           put_bits(static_cast<uint32_t>(count), 4, 0));
-  hdmi.bytes[0] = static_cast<uint8_t>(put_bits(kTagVendorSpecific, 7, 5) |
-                                       put_bits(hdmi.size - 1u, 4, 0));
+  fields.length_3d = count;
+  write_hdmi_lengths(hdmi, fields);
 }
 
 // HDMI 2.0b section 10.3.2: Max_TMDS_Clock of the HDMI VSDB stays at 340 MHz
@@ -309,11 +319,7 @@ void drop_hdmi_vic(block &hdmi, hdmi_video_fields &fields) {
             hdmi.bytes.begin() + hdmi.size, hdmi.bytes.begin() + static_cast<long>(last));
   --hdmi.size;
   --fields.vic_count;
-  hdmi.bytes[fields.video_byte + 1] = static_cast<uint8_t>(
-      put_bits(static_cast<uint32_t>(fields.vic_count), 7, 5) |
-      put_bits(static_cast<uint32_t>(fields.length_3d), 4, 0));
-  hdmi.bytes[0] = static_cast<uint8_t>(put_bits(kTagVendorSpecific, 7, 5) |
-                                       put_bits(hdmi.size - 1u, 4, 0));
+  write_hdmi_lengths(hdmi, fields);
 }
 
 // ---------------------------------------------------------------------------
@@ -397,10 +403,7 @@ bool drop_lowest_format(plan &p, bool video_block_only) {
     const added_format &format = p.added[i];
     if (format.equivalent || (video_block_only && !format.in_video_block)) continue;
     LOG_TRACE("\tModern profile: no room for VIC %d; dropped", format.vic);
-    std::copy(p.added.begin() + static_cast<long>(i) + 1,
-              p.added.begin() + static_cast<long>(p.added_count),
-              p.added.begin() + static_cast<long>(i));
-    --p.added_count;
+    erase_at(p.added, p.added_count, i);
     return true;
   }
   return false;
@@ -418,10 +421,7 @@ void keep_video_block_within_31(plan &p, hdmi_video_fields &fields) {
     drop_hdmi_vic(p.hdmi, fields);
     for (size_t i = 0; i < p.added_count; ++i) {
       if (p.added[i].vic == vic && p.added[i].equivalent) {
-        std::copy(p.added.begin() + static_cast<long>(i) + 1,
-                  p.added.begin() + static_cast<long>(p.added_count),
-                  p.added.begin() + static_cast<long>(i));
-        --p.added_count;
+        erase_at(p.added, p.added_count, i);
         break;
       }
     }
@@ -572,10 +572,8 @@ struct writer {
 block video_block(const plan &p) {
   block b;
   start_block(b, kTagVideo);
-  for (size_t i = 0; i < p.svd_count; ++i) {
-    const uint8_t vic = p.svds[i];
-    append(b, vic);  // no native bit: the native detailed timing says it
-  }
+  // no native bit: the native detailed timing says it
+  for (size_t i = 0; i < p.svd_count; ++i) append(b, p.svds[i]);
   for (size_t i = 0; i < p.added_count; ++i)
     if (p.added[i].in_video_block) append(b, p.added[i].vic);
   finish_block(b);
@@ -681,10 +679,7 @@ bool drop_block(plan &p) {
 
 void drop_descriptor(plan &p, size_t index, const char *name) {
   LOG_TRACE("\tModern profile: no room for %s; dropped", name);
-  std::copy(p.descriptors.begin() + static_cast<long>(index) + 1,
-            p.descriptors.begin() + static_cast<long>(p.descriptor_count),
-            p.descriptors.begin() + static_cast<long>(index));
-  --p.descriptor_count;
+  erase_at(p.descriptors, p.descriptor_count, index);
 }
 
 // Step 12: one item at a time until the extension holds everything.
@@ -899,8 +894,8 @@ void write_extension(uint8_t *edid, const plan &p, const layout &l, uint8_t *spa
   const bool audio = p.audio.size != 0;
   // One native detailed timing: the preferred one of the base block.
   ext[kCeaSupport] = static_cast<uint8_t>((p.support & 0xB0u) | put_bit(audio, kBasicAudioBit) | 1u);
-  ext[kChecksum] = checksum(ext);
-  edid[kChecksum] = checksum(edid);
+  ext[kChecksum] = _calculate_checksum(ext);
+  edid[kChecksum] = _calculate_checksum(edid);
 }
 
 // The composer writes the base block's extension count and checksum right
@@ -923,7 +918,7 @@ void place_extension_count(uint8_t *edid) {
       dummy[kDescriptorTag] = kTagDummy;
     }
     edid[kExtensionCount] = 1;
-    edid[kChecksum] = checksum(edid);
+    edid[kChecksum] = _calculate_checksum(edid);
     return;
   }
 }
@@ -948,15 +943,15 @@ void name_the_product(uint8_t *edid) {
     text[i] = static_cast<uint8_t>(kLetterBase + bit_range(id, 14 - 5 * i, 10 - 5 * i));
   text[3] = '\n';
   std::fill(text + 4, text + kDescriptorTextSize, ' ');
-  edid[kChecksum] = checksum(edid);
+  edid[kChecksum] = _calculate_checksum(edid);
 }
 
 bool is_composed_edid(const uint8_t *edid) {
   static constexpr std::array<uint8_t, 8> kHeaderBytes = {0x00, 0xFF, 0xFF, 0xFF,
                                                           0xFF, 0xFF, 0xFF, 0x00};
   return std::equal(kHeaderBytes.begin(), kHeaderBytes.end(), edid) &&
-         checksum(edid) == edid[kChecksum] &&
-         checksum(edid + kExtension) == edid[kExtension + kChecksum];
+         _calculate_checksum(edid) == edid[kChecksum] &&
+         _calculate_checksum(edid + kExtension) == edid[kExtension + kChecksum];
 }
 
 }  // namespace
@@ -981,7 +976,6 @@ bool compose_profile_apply(const uint8_t *edid_block, uint32_t edid_bytes, uint8
 
   hdmi_video_fields fields = find_hdmi_video(p.hdmi);
   renumber_3d_entries(p.hdmi, fields, {kept_index.data(), composed_svds});
-  fields = find_hdmi_video(p.hdmi);
   cap_hdmi_tmds_clock(p.hdmi);
   p.rate_mhz = effective_rate_mhz(*profile, tv);
   offer_priority_formats(*profile, tv, p);
